@@ -1,0 +1,31 @@
+#pragma once
+
+// Single-byte code pages of the server's world: Windows-1251 (the wire and the server's
+// files) and DOS 866. Conversion goes through 256-entry tables with a fast path for runs of
+// ASCII. Encoding refuses a character the code page cannot hold with EEncodingError naming
+// it; nothing is replaced silently.
+
+#include <string>
+#include <string_view>
+
+#include "ostradb/export.hpp"
+
+namespace ostradb {
+
+enum class CodePage { Windows1251, Dos866 };
+
+// Appends the UTF-8 form of 8-bit text to out.
+OSTRADB_API void AppendDecoded(CodePage page, std::string_view bytes, std::string& out);
+// Appends the 8-bit form of UTF-8 text to out. Malformed UTF-8 or a character outside the
+// code page raises EEncodingError; out then holds what was converted before it.
+OSTRADB_API void AppendEncoded(CodePage page, std::string_view utf8, std::string& out);
+
+OSTRADB_API std::string Cp1251ToUtf8(std::string_view bytes);
+OSTRADB_API std::string Utf8ToCp1251(std::string_view utf8);
+OSTRADB_API std::string Cp866ToUtf8(std::string_view bytes);
+OSTRADB_API std::string Utf8ToCp866(std::string_view utf8);
+
+// Whether every character of utf8 has a byte in the code page (and utf8 is well-formed).
+OSTRADB_API bool CanEncode(CodePage page, std::string_view utf8);
+
+}  // namespace ostradb
