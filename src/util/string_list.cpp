@@ -16,7 +16,9 @@ bool NeedsQuotes(std::string_view s) {
     return false;
 }
 
-bool IsBlank(char c) { return c == ' ' || c == '\t'; }
+bool IsBlank(char c) {
+    return c == ' ' || c == '\t';
+}
 
 }  // namespace
 
@@ -48,7 +50,9 @@ void TStringList::Delete(int i) {
     lines_.erase(lines_.begin() + i);
 }
 
-void TStringList::Exchange(int i, int j) { std::swap((*this)[i], (*this)[j]); }
+void TStringList::Exchange(int i, int j) {
+    std::swap((*this)[i], (*this)[j]);
+}
 
 int TStringList::IndexOf(std::string_view s) const {
     for (std::size_t i = 0; i < lines_.size(); ++i)
@@ -100,10 +104,12 @@ void TStringList::SetValue(std::string_view name, std::string_view value) {
 
 std::string TStringList::Text() const {
     std::size_t size = 0;
-    for (const auto& l : lines_) size += l.size() + 2;
+    for (const auto& l : lines_)
+        size += l.size() + 2;
     std::string text;
     text.reserve(size);
-    for (const auto& l : lines_) text.append(l).append("\r\n");
+    for (const auto& l : lines_)
+        text.append(l).append("\r\n");
     return text;
 }
 
@@ -112,7 +118,8 @@ void TStringList::SetText(std::string_view text) {
     std::size_t start = 0;
     while (start < text.size()) {
         std::size_t end = start;
-        while (end < text.size() && text[end] != '\r' && text[end] != '\n') ++end;
+        while (end < text.size() && text[end] != '\r' && text[end] != '\n')
+            ++end;
         lines_.emplace_back(text.substr(start, end - start));
         if (end < text.size() && text[end] == '\r') {
             ++end;
@@ -147,11 +154,13 @@ void TStringList::SetCommaText(std::string_view text) {
     lines_.clear();
     std::size_t i = 0;
     const std::size_t n = text.size();
-    while (i < n && IsBlank(text[i])) ++i;
+    while (i < n && IsBlank(text[i]))
+        ++i;
     if (i == n) return;
     while (true) {
         std::string item;
-        while (i < n && IsBlank(text[i])) ++i;
+        while (i < n && IsBlank(text[i]))
+            ++i;
         if (i < n && text[i] == '"') {
             ++i;
             while (i < n) {
@@ -173,9 +182,11 @@ void TStringList::SetCommaText(std::string_view text) {
             }
         } else {
             const std::size_t start = i;
-            while (i < n && text[i] != ',') ++i;
+            while (i < n && text[i] != ',')
+                ++i;
             std::size_t end = i;
-            while (end > start && IsBlank(text[end - 1])) --end;
+            while (end > start && IsBlank(text[end - 1]))
+                --end;
             item.assign(text.substr(start, end - start));
         }
         lines_.push_back(std::move(item));

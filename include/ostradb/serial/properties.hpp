@@ -5,10 +5,10 @@
 //
 //   const PropertyList& TUser::Properties() const {
 //       static const PropertyList list{
-//           Field<&TUser::User>("User"),
-//           Field<&TUser::Name>("Name"),
-//           Accessor<&TUser::GetPass, &TUser::SetPass>("Pass"),
-//           Field<&TUser::Attributes>("Attributes"),
+//           Prop<&TUser::User>("User"),
+//           Prop<&TUser::Name>("Name"),
+//           Prop<&TUser::GetPass, &TUser::SetPass>("Pass"),
+//           Prop<&TUser::Attributes>("Attributes"),
 //       };
 //       return list;
 //   }
@@ -214,8 +214,7 @@ void Bind(PropInfo& p, Get, Put) {
     constexpr PropKind kind = KindOf<V>();
     p.kind = kind;
     if constexpr (kind == PropKind::Enumeration || kind == PropKind::Char ||
-                  kind == PropKind::Set || kind == PropKind::Int64 ||
-                  kind == PropKind::Integer) {
+                  kind == PropKind::Set || kind == PropKind::Int64 || kind == PropKind::Integer) {
         p.getOrdinal = [](const Persistent& o) { return ToOrdinal<V>(Get{}(o)); };
         if constexpr (!std::is_same_v<Put, std::nullptr_t>)
             p.setOrdinal = [](Persistent& o, std::int64_t v) { Put{}(o, FromOrdinal<V>(v)); };
@@ -265,15 +264,15 @@ struct FnPut {
 // A property backed by a data member. Object members (string lists, collections, owned
 // objects, unique_ptr to them) are filled in place and need no setter.
 template <auto Member>
-PropInfo Field(const char* name) {
+PropInfo Prop(const char* name) {
     using V = typename detail::FieldTraits<decltype(Member)>::Value;
     PropInfo p;
     p.name = name;
     detail::Bind<V>(p, detail::FieldGet<Member>{}, detail::FieldPut<Member>{});
     if constexpr (std::is_same_v<V, std::string>) {
         p.refString = [](const Persistent& o) {
-            return &(static_cast<const typename detail::FieldTraits<decltype(Member)>::Class&>(
-                         o).*Member);
+            return &(static_cast<const typename detail::FieldTraits<decltype(Member)>::Class&>(o).*
+                     Member);
         };
     }
     return p;
@@ -281,7 +280,7 @@ PropInfo Field(const char* name) {
 
 // A property read and written through member functions: V Get() const and void Set(V).
 template <auto Getter, auto Setter>
-PropInfo Accessor(const char* name) {
+PropInfo Prop(const char* name) {
     using V = typename detail::GetterTraits<decltype(Getter)>::Value;
     PropInfo p;
     p.name = name;
@@ -292,7 +291,7 @@ PropInfo Accessor(const char* name) {
 // A property with a getter and no setter. Reading it from XML is a declaration error unless
 // it is an object, which is filled in place.
 template <auto Getter>
-PropInfo ReadOnly(const char* name) {
+PropInfo PropReadOnly(const char* name) {
     using V = typename detail::GetterTraits<decltype(Getter)>::Value;
     PropInfo p;
     p.name = name;

@@ -45,7 +45,8 @@ OSTRADB_API void SetBoolXmlAttr(pugi::xml_node node, const char* name, bool valu
 OSTRADB_API void SetBoolAttr(pugi::xml_node node, const char* name, bool value);
 
 // Parses UTF-8 text into doc; malformed text raises EXmlError with the offset and a few
-// characters of the text where it broke.
+// characters of the text where it broke. Text without a root element leaves doc without one
+// (doc.document_element() is empty) and raises nothing.
 OSTRADB_API void Parse(pugi::xml_document& doc, std::string_view utf8Text);
 // The document as UTF-8 text with the given line break after every line; indented by two
 // blanks, or on one line when indent is false.

@@ -54,8 +54,7 @@ inline void LoadFromXML(Persistent& obj, std::string_view name, pugi::xml_node n
 
 // The text of a new UTF-8 document whose root element name holds obj. With oneLine the
 // document's lines are joined as comma text (TStringList::CommaText) into one line.
-OSTRADB_API std::string SaveToXMLString(const Persistent& obj, std::string_view name,
-                                        bool oneLine);
+OSTRADB_API std::string SaveToXMLString(const Persistent& obj, std::string_view name, bool oneLine);
 // Reads obj from the root of the document in text (the one-line form when oneLine is set).
 // A document without a root leaves obj unchanged; malformed text raises EXmlError.
 OSTRADB_API void LoadFromXMLString(Persistent& obj, std::string_view name, bool oneLine,

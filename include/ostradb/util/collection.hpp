@@ -60,9 +60,7 @@ public:
     const T& Items(int i) const { return (*this)[i]; }
 
     // Appends a default-constructed item and returns it.
-    T& Add()
-        requires std::is_default_constructible_v<T>
-    {
+    T& Add() requires std::is_default_constructible_v<T> {
         items_.push_back(std::make_unique<T>());
         return *items_.back();
     }
@@ -105,17 +103,17 @@ public:
         if (this == &other) return;
         std::vector<std::unique_ptr<T>> copies;
         copies.reserve(other.items_.size());
-        for (const auto& src : other.items_) copies.push_back(CopyItem(*src));
+        for (const auto& src : other.items_)
+            copies.push_back(CopyItem(*src));
         items_ = std::move(copies);
     }
 
     // Reorders the items by a strict weak ordering on items.
     template <class Less>
     void Sort(Less less) {
-        std::sort(items_.begin(), items_.end(),
-                  [&](const std::unique_ptr<T>& a, const std::unique_ptr<T>& b) {
-                      return less(*a, *b);
-                  });
+        std::sort(
+            items_.begin(), items_.end(),
+            [&](const std::unique_ptr<T>& a, const std::unique_ptr<T>& b) { return less(*a, *b); });
     }
 
     const Persistent* ItemObject(int i) const override {
@@ -168,7 +166,7 @@ private:
         return static_cast<std::size_t>(i);
     }
     static std::unique_ptr<T> CopyItem(const T& src) {
-        if constexpr (requires(T& a, const T& b) { a.Assign(b); }) {
+        if constexpr (requires(T & a, const T& b) { a.Assign(b); }) {
             auto copy = std::make_unique<T>();
             copy->Assign(src);
             return copy;

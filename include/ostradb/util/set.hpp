@@ -15,7 +15,8 @@ class Set {
 public:
     constexpr Set() = default;
     constexpr Set(std::initializer_list<E> values) {
-        for (E v : values) Include(v);
+        for (E v : values)
+            Include(v);
     }
     static constexpr Set FromMask(std::uint32_t mask) {
         Set s;

@@ -49,8 +49,13 @@ public:
     Variant(double v);
     Variant(std::string v);
     Variant(const char* v) : Variant(std::string(v)) {}
+    // A value of an integer type, narrowed to that type's range.
     static Variant OfType(TVarType type, std::int64_t intValue);
-    static Variant Date(double dayCount);
+    // A value of a floating type (varSingle, varDouble, varCurrency, varDate).
+    static Variant OfFloat(TVarType type, double value);
+    // A value of a text type (varOleStr, varString, varStrArg).
+    static Variant OfString(TVarType type, std::string value);
+    static Variant Date(double dayCount) { return OfFloat(varDate, dayCount); }
 
     TVarType VarType() const { return type_; }
     bool IsEmpty() const { return type_ == varEmpty; }
