@@ -162,8 +162,8 @@ public:
     TLevelFilesList* LevelFiles() { return levelFiles_.get(); }
     const TLevelFilesList* LevelFiles() const { return levelFiles_.get(); }
 
-    // Copies info, options and logical structures; the level files when the source has them
-    // (configuring this database as a project database first when it is not). Not DbType.
+    // Copies info, options and logical structures, and the level files when the source has
+    // them (the files list is created here when this database has none). Not DbType.
     void Assign(const TDatabase& other);
 
     TDbStruct& GetStructure() { return Info.Structure; }
@@ -206,9 +206,11 @@ public:
     TDatabase& GetItem(int i) { return Items[i]; }
     const TDatabase& GetItem(int i) const { return Items[i]; }
     TDatabase& Add() { return Items.Add(); }
-    // Empties the databases (not the active list); no current database, settings not loaded.
+    // Empties the databases; no current database, settings not loaded. Entries of the active
+    // list that were these databases go with them (they would dangle); others stay.
     void Clear();
 
+    // The first database whose info id is the current id; null when the current id is -1.
     TDatabase* GetCurrent();
     // Makes db current when it is one of the databases; otherwise there is no current one.
     void SetCurrent(const TDatabase* db);
