@@ -1,5 +1,6 @@
 #include "ostradb/model/db_struct.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -26,6 +27,13 @@ std::string Required(pugi::xml_node node, const char* name) {
         throw EConvertError(std::string("Missing attribute \"") + name + "\" of <" + node.name() +
                             ">");
     return xml::Attr(node, name);
+}
+
+// Counts in a hand-edited INI file can be anything; no real settings come near this.
+constexpr int kMaxIniCount = 65536;
+
+int ReadCount(const TMemIniFile& ini, std::string_view section) {
+    return std::clamp(ini.ReadInteger(section, "Count", 0), 0, kMaxIniCount);
 }
 
 std::string Numbered(const char* key, int n) {
@@ -173,7 +181,7 @@ void TDbLogicalStruct::SaveSettingsToIni(TMemIniFile& ini, std::string_view sect
 void TDbLogicalStruct::LoadSettingsFromIni(const TMemIniFile& ini, std::string_view section) {
     if (IsDefault) return;
     Items.Clear();
-    const int count = ini.ReadInteger(section, "Count", 0);
+    const int count = ReadCount(ini, section);
     for (int n = 1; n <= count; ++n)
         Items.Add().ItemType = ini.ReadString(section, Numbered("Item", n), "");
 }
@@ -248,7 +256,7 @@ void TDbLogicalStructures::LoadSettingsFromIni(std::string_view prefix, const TM
     for (int i = Items.Count() - 1; i >= 0; --i)
         if (!Items[i].IsDefault) Delete(i);
     const std::string section = std::string(prefix) + "/LogStructure";
-    const int count = ini.ReadInteger(section, "Count", 0);
+    const int count = ReadCount(ini, section);
     for (int k = 1; k <= count; ++k) {
         TDbLogicalStruct& s = Items.Add();
         s.Name = ini.ReadString(section, Numbered("Item", k), "");
