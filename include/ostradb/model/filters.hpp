@@ -80,9 +80,9 @@ public:
     // Removes every item with an empty key.
     void CheckAndCorrect();
 
-    // One line per item in the simple text form.
+    // Replaces list's lines by one line per item in the simple text form.
     void FillToSimpleText(TStringList& list) const;
-    // One item per non-empty line (after clearing). The name is historical; see
+    // Replaces the items by one item per non-empty line. The name is historical; see
     // ReadSimpleText.
     void ReadimpleText(const TStringList& list);
     void ReadSimpleText(const TStringList& list) { ReadimpleText(list); }
