@@ -12,18 +12,22 @@
 namespace ostradb {
 namespace {
 
+// The class names differ from those of the other serializer tests on purpose: GCC gives the
+// accessor lambdas of declared properties weak linkage even for local classes, so two test
+// files with a same-named local class and member would share one accessor.
+
 enum EShade : std::uint8_t { shLight, shDark, shBlack };
 
-class Inner : public Persistent {
+class IniInner : public Persistent {
 public:
     std::int32_t Value = 1;
     const PropertyList& Properties() const override {
-        static const PropertyList list{Prop<&Inner::Value>("Value")};
+        static const PropertyList list{Prop<&IniInner::Value>("Value")};
         return list;
     }
 };
 
-class Sample : public Persistent {
+class IniSample : public Persistent {
 public:
     std::int32_t Count = 0;
     bool Flag = false;
@@ -35,17 +39,17 @@ public:
     std::string Name;
     std::int64_t Big = 0;
     TStringList Lines;
-    Inner Child;
+    IniInner Child;
     std::int32_t Hidden = 0;
 
     const PropertyList& Properties() const override {
         static const PropertyList list{
-            Prop<&Sample::Count>("Count"),   Prop<&Sample::Flag>("Flag"),
-            Prop<&Sample::Shade>("Shade"),   Prop<&Sample::Shades>("Shades"),
-            Prop<&Sample::Letter>("Letter"), Prop<&Sample::Ratio>("Ratio"),
-            Prop<&Sample::Single>("Single"), Prop<&Sample::Name>("Name"),
-            Prop<&Sample::Big>("Big"),       Prop<&Sample::Lines>("Lines"),
-            Prop<&Sample::Child>("Child"),   Prop<&Sample::Hidden>("Hidden").NotStored(),
+            Prop<&IniSample::Count>("Count"),   Prop<&IniSample::Flag>("Flag"),
+            Prop<&IniSample::Shade>("Shade"),   Prop<&IniSample::Shades>("Shades"),
+            Prop<&IniSample::Letter>("Letter"), Prop<&IniSample::Ratio>("Ratio"),
+            Prop<&IniSample::Single>("Single"), Prop<&IniSample::Name>("Name"),
+            Prop<&IniSample::Big>("Big"),       Prop<&IniSample::Lines>("Lines"),
+            Prop<&IniSample::Child>("Child"),   Prop<&IniSample::Hidden>("Hidden").NotStored(),
         };
         return list;
     }
@@ -54,7 +58,7 @@ public:
 TEST(IniProperties, WritesEachKindInItsFormAndReadsItBackFromFile) {
     const auto file = std::filesystem::temp_directory_path() /
                       ("ostradb-iniprops-" + std::to_string(::getpid()) + ".ini");
-    Sample s;
+    IniSample s;
     s.Count = -42;
     s.Flag = true;
     s.Shade = shBlack;
@@ -87,7 +91,7 @@ TEST(IniProperties, WritesEachKindInItsFormAndReadsItBackFromFile) {
     for (const char* skipped : {"Big", "Child", "Value", "Hidden"})
         EXPECT_FALSE(ini.ValueExists("Sec", skipped)) << skipped;
 
-    Sample back;
+    IniSample back;
     back.Lines.Add("stale");
     LoadPropertiesFromIni(back, ini, "Sec");
     EXPECT_EQ(back.Count, -42);
@@ -108,7 +112,7 @@ TEST(IniProperties, AbsentOrMalformedKeysLeavePropertiesAlone) {
     ini.WriteString("S", "Flag", "1");
     ini.WriteString("S", "Big", "99");
     ini.WriteString("S", "Hidden", "7");
-    Sample s;
+    IniSample s;
     s.Count = 3;
     s.Ratio = 1.5;
     s.Name = "kept";
