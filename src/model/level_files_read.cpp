@@ -12,8 +12,11 @@ namespace ostradb::detail {
 
 namespace {
 
+// Element and attribute names are short: an inline loop beats a call to strcmp.
 bool Is(const char* a, const char* b) {
-    return std::strcmp(a, b) == 0;
+    for (; *a == *b; ++a, ++b)
+        if (*a == '\0') return true;
+    return false;
 }
 
 bool IsElement(pugi::xml_node node, const char* name) {
@@ -35,9 +38,41 @@ std::int64_t ToInt64(pugi::xml_node node, const char* name, const char* text) {
     return xml::AttrInt64(node, name);
 }
 
+// Plain decimals ("2500", "-12.75") with at most 15 digits convert exactly as the digits
+// divided by a power of ten (both exact doubles, so the quotient is correctly rounded); any
+// other form returns false and takes the general conversion.
+bool PlainDecimal(const char* s, double& value) {
+    static constexpr double kPow10[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const bool negative = *s == '-';
+    if (negative) ++s;
+    std::uint64_t digits = 0;
+    int count = 0, fraction = 0;
+    bool point = false;
+    for (;; ++s) {
+        const char c = *s;
+        if (c >= '0' && c <= '9') {
+            if (++count > 15) return false;
+            digits = digits * 10 + static_cast<unsigned>(c - '0');
+            fraction += point;
+        } else if (c == '.' && !point) {
+            point = true;
+        } else if (c == '\0') {
+            break;
+        } else {
+            return false;
+        }
+    }
+    if (count == 0) return false;
+    value = static_cast<double>(digits) / kPow10[fraction];
+    if (negative) value = -value;
+    return true;
+}
+
 float ToSingle(pugi::xml_node node, const char* name, const char* text) {
     double v;
-    if (!text || !TryStrToFloat(text, v)) v = xml::AttrFloat(node, name);
+    if (!text || (!PlainDecimal(text, v) && !TryStrToFloat(text, v)))
+        v = xml::AttrFloat(node, name);
     return static_cast<float>(v);
 }
 
@@ -60,11 +95,51 @@ std::string Pair(std::string_view name, std::string_view value) {
     return s;
 }
 
+// The values of the attributes names[0..N-1] of an element, found in one walk (null when
+// absent; the first of duplicates counts). Servers write attributes in a fixed order, so the
+// name after the last match is tried first and a walk costs about one comparison per
+// attribute.
+template <std::size_t N>
+struct Attrs {
+    const char* values[N] = {};
+
+    Attrs(pugi::xml_node node, const char* const (&names)[N]) {
+        std::size_t next = 0;
+        for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+            const char* n = a.name();
+            std::size_t i = next;
+            if (i >= N || !Is(n, names[i]))
+                for (i = 0; i < N && (values[i] || !Is(n, names[i])); ++i) {
+                }
+            if (i == N) continue;
+            if (!values[i]) values[i] = a.value();
+            next = i + 1;
+        }
+    }
+    const char* operator[](std::size_t i) const { return values[i]; }
+};
+
+constexpr const char* kParamAttrs[] = {"key", "value"};
+constexpr const char* kValueAttr[] = {"value"};
+
+std::size_t CountElements(pugi::xml_node parent, const char* name) {
+    std::size_t n = 0;
+    for (pugi::xml_node c = parent.first_child(); c; c = c.next_sibling())
+        n += IsElement(c, name);
+    return n;
+}
+
+// Lists are built at their final size and handed over whole: a string list grows one line
+// at a time, which costs a reallocation per doubling.
 void ReadParams(TLevelFile& file, pugi::xml_node params) {
+    std::vector<std::string> lines;
+    lines.reserve(CountElements(params, "param"));
     for (pugi::xml_node p = params.first_child(); p; p = p.next_sibling()) {
         if (!IsElement(p, "param")) continue;
-        file.Params.Add(Pair(p.attribute("key").value(), p.attribute("value").value()));
+        const Attrs<2> a(p, kParamAttrs);
+        lines.push_back(Pair(OrEmpty(a[0]), OrEmpty(a[1])));
     }
+    file.Params = TStringList(std::move(lines));
 }
 
 void ReadCurvePlanshets(TLevelFileCurve& curve, pugi::xml_node planshets) {
@@ -72,58 +147,37 @@ void ReadCurvePlanshets(TLevelFileCurve& curve, pugi::xml_node planshets) {
         if (IsElement(p, "item")) curve.Planshets.Add(p.attribute("name").value());
 }
 
-// The attributes of a curve, found in one walk; null when absent.
-struct CurveAttrs {
-    const char* name = nullptr;
-    const char* start = nullptr;
-    const char* stop = nullptr;
-    const char* step = nullptr;
-    const char* nvers = nullptr;
-    const char* keystr = nullptr;
-    const char* keyvalue = nullptr;
-    const char* dclass = nullptr;
-    const char* table = nullptr;
-    const char* qualityMark = nullptr;     // "quality_mark", or "qualitymark" in the views list
-    const char* qualityMarkStr = nullptr;  // views list only
-
-    explicit CurveAttrs(pugi::xml_node node) {
-        for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-            const char* n = a.name();
-            const char* v = a.value();
-            auto take = [&](const char*& slot, const char* attr) {
-                if (!slot && Is(n, attr)) slot = v;
-            };
-            switch (n[0]) {
-                case 'n':
-                    take(name, "name");
-                    take(nvers, "nvers");
-                    break;
-                case 's':
-                    take(start, "start");
-                    take(stop, "stop");
-                    take(step, "step");
-                    break;
-                case 'k':
-                    take(keystr, "keystr");
-                    take(keyvalue, "keyvalue");
-                    break;
-                case 'd':
-                    take(dclass, "dclass");
-                    break;
-                case 't':
-                    take(table, "table");
-                    break;
-                case 'q':
-                    take(qualityMark, "quality_mark");
-                    take(qualityMark, "qualitymark");
-                    take(qualityMarkStr, "qualitymarkstr");
-                    break;
-                default:
-                    break;
-            }
-        }
-    }
+enum CurveAttr : std::size_t {
+    caName,
+    caStart,
+    caStop,
+    caStep,
+    caNVers,
+    caKeystr,
+    caKeyValue,
+    caDClass,
+    caTable,
+    caQualityMark,     // "quality_mark"
+    caQualityMark2,    // "qualitymark" (views list)
+    caQualityMarkStr,  // "qualitymarkstr" (views list)
 };
+constexpr const char* kCurveAttrs[] = {"name",  "start",        "stop",        "step",
+                                       "nvers", "keystr",       "keyvalue",    "dclass",
+                                       "table", "quality_mark", "qualitymark", "qualitymarkstr"};
+using CurveAttrs = Attrs<std::size(kCurveAttrs)>;
+
+enum FileAttr : std::size_t {
+    faExtraPath,
+    faName,
+    faType,
+    faTrunkId,
+    faIsMain,
+    faFileId,
+    faFlags,
+    faUserRights,
+};
+constexpr const char* kFileAttrs[] = {"extra_path", "name",    "type",  "trunk_id",
+                                      "is_main",    "file_id", "flags", "UserRights"};
 
 }  // namespace
 
@@ -135,28 +189,32 @@ PathLevels::PathLevels(const TDbStruct* structure) : given(structure != nullptr)
 }
 
 void ReadPath(TLevelFile& file, pugi::xml_node node, const PathLevels& levels) {
-    file.PathValues.Clear();
-    file.PathNames.Clear();
+    std::vector<std::string> values;
+    values.reserve(CountElements(node, "item"));
     for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
-        if (IsElement(c, "item")) file.PathValues.Add(c.attribute("value").value());
-    if (!levels.given || levels.names.size() != static_cast<std::size_t>(file.PathValues.Count()))
-        return;
-    for (int i = 0; i < file.PathValues.Count(); ++i)
-        file.PathNames.Add(Pair(levels.names[static_cast<std::size_t>(i)], file.PathValues[i]));
+        if (IsElement(c, "item")) values.emplace_back(OrEmpty(Attrs<1>(c, kValueAttr)[0]));
+    std::vector<std::string> names;
+    if (levels.given && levels.names.size() == values.size()) {
+        names.reserve(values.size());
+        for (std::size_t i = 0; i < values.size(); ++i)
+            names.push_back(Pair(levels.names[i], values[i]));
+    }
+    file.PathValues = TStringList(std::move(values));
+    file.PathNames = TStringList(std::move(names));
 }
 
 void ReadCurve(TLevelFileCurve& curve, pugi::xml_node node) {
-    const CurveAttrs a(node);
-    curve.Name = OrEmpty(a.name);
-    curve.Start = ToSingle(node, "start", a.start);
-    curve.Stop = ToSingle(node, "stop", a.stop);
-    curve.Step = ToSingle(node, "step", a.step);
-    curve.NVers = ToInt(node, "nvers", a.nvers);
-    curve.Keystr = OrEmpty(a.keystr);
-    if (a.keyvalue) curve.Keystr2 = a.keyvalue;
-    curve.DClass = ToInt(node, "dclass", a.dclass);
-    if (a.table) curve.Table = a.table;
-    curve.QualityMark = a.qualityMark ? ToInt(node, "quality_mark", a.qualityMark) : 9999;
+    const CurveAttrs a(node, kCurveAttrs);
+    curve.Name = OrEmpty(a[caName]);
+    curve.Start = ToSingle(node, "start", a[caStart]);
+    curve.Stop = ToSingle(node, "stop", a[caStop]);
+    curve.Step = ToSingle(node, "step", a[caStep]);
+    curve.NVers = ToInt(node, "nvers", a[caNVers]);
+    curve.Keystr = OrEmpty(a[caKeystr]);
+    if (a[caKeyValue]) curve.Keystr2 = a[caKeyValue];
+    curve.DClass = ToInt(node, "dclass", a[caDClass]);
+    if (a[caTable]) curve.Table = a[caTable];
+    curve.QualityMark = a[caQualityMark] ? ToInt(node, "quality_mark", a[caQualityMark]) : 9999;
     curve.Planshets.Clear();
     ReadCurvePlanshets(curve, node.child("planshets"));
 }
@@ -184,53 +242,15 @@ void ReadFile(TLevelFile& file, pugi::xml_node node, const PathLevels& levels) {
     file.Planshets.Clear();
     file.Params.Clear();
 
-    const char* extraPath = nullptr;
-    const char* name = nullptr;
-    const char* type = nullptr;
-    const char* trunkId = nullptr;
-    const char* isMain = nullptr;
-    const char* fileId = nullptr;
-    const char* flags = nullptr;
-    const char* rights = nullptr;
-    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-        const char* n = a.name();
-        const char* v = a.value();
-        auto take = [&](const char*& slot, const char* attr) {
-            if (!slot && Is(n, attr)) slot = v;
-        };
-        switch (n[0]) {
-            case 'e':
-                take(extraPath, "extra_path");
-                break;
-            case 'n':
-                take(name, "name");
-                break;
-            case 't':
-                take(type, "type");
-                take(trunkId, "trunk_id");
-                break;
-            case 'i':
-                take(isMain, "is_main");
-                break;
-            case 'f':
-                take(fileId, "file_id");
-                take(flags, "flags");
-                break;
-            case 'U':
-                take(rights, "UserRights");
-                break;
-            default:
-                break;
-        }
-    }
-    file.ExtraPath = OrEmpty(extraPath);
-    file.Name = OrEmpty(name);
-    file.FileType = ToInt(node, "type", type);
-    file.TrunkId = OrEmpty(trunkId);
-    file.IsMain = ToBool(node, "is_main", isMain);
-    file.FileId = fileId ? ToInt(node, "file_id", fileId) : -1;
-    file.Flags = flags ? ToInt64(node, "flags", flags) : 0;
-    file.UserRights = rights ? ToInt64(node, "UserRights", rights) : -1;
+    const Attrs<std::size(kFileAttrs)> a(node, kFileAttrs);
+    file.ExtraPath = OrEmpty(a[faExtraPath]);
+    file.Name = OrEmpty(a[faName]);
+    file.FileType = ToInt(node, "type", a[faType]);
+    file.TrunkId = OrEmpty(a[faTrunkId]);
+    file.IsMain = ToBool(node, "is_main", a[faIsMain]);
+    file.FileId = a[faFileId] ? ToInt(node, "file_id", a[faFileId]) : -1;
+    file.Flags = a[faFlags] ? ToInt64(node, "flags", a[faFlags]) : 0;
+    file.UserRights = a[faUserRights] ? ToInt64(node, "UserRights", a[faUserRights]) : -1;
 
     bool paramsRead = false;
     for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
@@ -259,22 +279,21 @@ void ReadViewsListTable(TLevelFileTable& table, pugi::xml_node node) {
     table.Cols.LoadFromWSViewsListXml(node.child("Fields"));
     for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
         if (!IsElement(c, "obj_info")) continue;
-        const CurveAttrs a(c);
+        const CurveAttrs a(c, kCurveAttrs);
         TLevelFileCurve& curve = table.Curves.Add();
-        curve.Table = table.Name;
-        if (a.table) curve.Table = a.table;
-        curve.Name = OrEmpty(a.name);
-        if (a.start) curve.Start = ToSingle(c, "start", a.start);
-        if (a.stop) curve.Stop = ToSingle(c, "stop", a.stop);
-        if (a.step) curve.Step = ToSingle(c, "step", a.step);
-        if (a.nvers) curve.NVers = ToInt(c, "nvers", a.nvers);
-        curve.Keystr = OrEmpty(a.keystr);
-        if (a.keyvalue) curve.Keystr2 = a.keyvalue;
-        if (a.dclass) curve.DClass = ToInt(c, "dclass", a.dclass);
+        curve.Table = a[caTable] ? a[caTable] : table.Name;
+        curve.Name = OrEmpty(a[caName]);
+        if (a[caStart]) curve.Start = ToSingle(c, "start", a[caStart]);
+        if (a[caStop]) curve.Stop = ToSingle(c, "stop", a[caStop]);
+        if (a[caStep]) curve.Step = ToSingle(c, "step", a[caStep]);
+        if (a[caNVers]) curve.NVers = ToInt(c, "nvers", a[caNVers]);
+        curve.Keystr = OrEmpty(a[caKeystr]);
+        if (a[caKeyValue]) curve.Keystr2 = a[caKeyValue];
+        if (a[caDClass]) curve.DClass = ToInt(c, "dclass", a[caDClass]);
         std::int32_t mark;
-        if (a.qualityMark && TryStrToInt(a.qualityMark, mark))
+        if (a[caQualityMark2] && TryStrToInt(a[caQualityMark2], mark))
             curve.QualityMark = mark;
-        else if (a.qualityMarkStr && TryStrToInt(a.qualityMarkStr, mark))
+        else if (a[caQualityMarkStr] && TryStrToInt(a[caQualityMarkStr], mark))
             curve.QualityMark = mark;
         else
             curve.QualityMark = 9999;
@@ -307,7 +326,6 @@ void ReadViewsListFile(TLevelFile& file, pugi::xml_node node) {
         } else if (Is(n, "path")) {
             ReadPath(file, c, noLevels);
         } else if (Is(n, "params")) {
-            file.Params.Clear();
             ReadParams(file, c);
         }
     }

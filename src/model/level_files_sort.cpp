@@ -1,10 +1,10 @@
 // Sorting level files by the level values of their paths.
 //
-// Comparing two files compares their values level by level (well names number-first, other
-// values ignoring case); done in the sort's comparison that costs several text comparisons,
-// each with case folding, per step. Instead every level's distinct values are sorted once and
-// replaced by their rank (values that compare equal share a rank), and the files are sorted by
-// their rows of ranks: the same order, with integer comparisons in the sort.
+// A comparison of two files compares their values level by level, each with case folding or
+// well-number extraction; in the sort's inner loop that would run some million times for
+// 100,000 files. Instead each level's distinct values are sorted once and replaced by their
+// ranks (values that compare equal share a rank), and the files are sorted by their rows of
+// ranks: the same order, with integer comparisons in the inner loop.
 
 #include <algorithm>
 #include <cstdint>
@@ -65,42 +65,71 @@ private:
     std::vector<std::pair<std::string_view, int>> recent_;
 };
 
-// Ranks of values under a comparison: equal values (by the comparison) share a rank.
-template <class Compare>
-void RankValues(const std::vector<std::string_view>& values, std::size_t stride, std::size_t column,
-                Compare compare, std::vector<std::uint32_t>& ranks) {
-    const std::size_t n = values.size() / stride;
-    std::unordered_map<std::string_view, std::uint32_t> idOf;
-    std::vector<std::string_view> distinct;
-    std::vector<std::uint32_t> ids(n);
-    std::string_view previous;
-    std::uint32_t previousId = 0;
-    for (std::size_t f = 0; f < n; ++f) {
-        const std::string_view v = values[f * stride + column];
-        if (f > 0 && v == previous) {
-            ids[f] = previousId;
-            continue;
+constexpr std::uint32_t kMissing = 0xFFFFFFFF;
+
+// The values of one level over all files, interned: ids[f] is the index in distinct of file
+// f's value (kMissing while the file has none).
+class LevelColumn {
+public:
+    LevelColumn(bool wellNames, std::size_t files) : wellNames_(wellNames), ids_(files, kMissing) {}
+
+    // Records value as file f's value unless the file already has one (the first counts).
+    void Set(std::size_t f, std::string_view value) {
+        if (ids_[f] != kMissing) return;
+        // Files of one well often follow each other: try the value seen last first.
+        if (!distinct_.empty() && value == distinct_[lastId_]) {
+            ids_[f] = lastId_;
+            return;
         }
-        auto [it, added] = idOf.emplace(v, static_cast<std::uint32_t>(distinct.size()));
-        if (added) distinct.push_back(v);
-        ids[f] = previousId = it->second;
-        previous = v;
+        auto [it, added] = idOf_.emplace(value, static_cast<std::uint32_t>(distinct_.size()));
+        if (added) distinct_.push_back(value);
+        ids_[f] = lastId_ = it->second;
     }
-    std::vector<std::uint32_t> order(distinct.size());
-    for (std::uint32_t i = 0; i < order.size(); ++i)
-        order[i] = i;
-    std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
-        return compare(distinct[a], distinct[b]) < 0;
-    });
-    std::vector<std::uint32_t> rankOfId(distinct.size());
-    std::uint32_t rank = 0;
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        if (i > 0 && compare(distinct[order[i - 1]], distinct[order[i]]) != 0) ++rank;
-        rankOfId[order[i]] = rank;
+
+    // Writes the rank of every file's value into ranks[f * stride + column]; values that
+    // compare equal share a rank, and a missing value ranks as the empty text.
+    void Rank(std::size_t stride, std::size_t column, std::vector<std::uint32_t>& ranks) {
+        for (std::uint32_t& id : ids_) {
+            if (id != kMissing) continue;
+            Set(static_cast<std::size_t>(&id - ids_.data()), std::string_view());
+        }
+        std::vector<std::int64_t> numbers;
+        if (wellNames_) {
+            numbers.reserve(distinct_.size());
+            for (std::string_view v : distinct_) {
+                const std::int32_t number = ExtractWellNumInt(v);
+                numbers.push_back(number < 0 ? std::int64_t{1} << 40 : number);  // none: last
+            }
+        }
+        // CompareWellNames orders names by their numbers first (numbered names first), so
+        // only names with equal numbers (or none) need the full comparison.
+        auto compare = [&](std::uint32_t a, std::uint32_t b) {
+            if (!wellNames_) return CompareText(distinct_[a], distinct_[b]);
+            if (numbers[a] != numbers[b]) return numbers[a] < numbers[b] ? -1 : 1;
+            return CompareWellNames(distinct_[a], distinct_[b]);
+        };
+        std::vector<std::uint32_t> order(distinct_.size());
+        for (std::uint32_t i = 0; i < order.size(); ++i)
+            order[i] = i;
+        std::sort(order.begin(), order.end(),
+                  [&](std::uint32_t a, std::uint32_t b) { return compare(a, b) < 0; });
+        std::vector<std::uint32_t> rankOfId(distinct_.size());
+        std::uint32_t rank = 0;
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            if (i > 0 && compare(order[i - 1], order[i]) != 0) ++rank;
+            rankOfId[order[i]] = rank;
+        }
+        for (std::size_t f = 0; f < ids_.size(); ++f)
+            ranks[f * stride + column] = rankOfId[ids_[f]];
     }
-    for (std::size_t f = 0; f < n; ++f)
-        ranks[f * stride + column] = rankOfId[ids[f]];
-}
+
+private:
+    bool wellNames_;
+    std::vector<std::uint32_t> ids_;
+    std::unordered_map<std::string_view, std::uint32_t> idOf_;
+    std::vector<std::string_view> distinct_;
+    std::uint32_t lastId_ = 0;
+};
 
 }  // namespace
 
@@ -109,38 +138,26 @@ void TLevelFilesList::SmartSort() {
     if (count < 2) return;
     const auto n = static_cast<std::size_t>(count);
 
+    // One pass over the files: each level's values are interned as the files name them.
     LevelKeys levels;
-    for (const TLevelFile& f : Files)
-        for (std::size_t j = 0; j < f.PathNames.Lines().size(); ++j)
-            levels.KeyOf(SplitPair(f.PathNames.Lines()[j]).name, j);
-    const std::size_t stride = levels.Keys().size();
-    if (stride == 0) return;
-
-    // values[f * stride + k]: file f's value for level k (its first entry of that name).
-    std::vector<std::string_view> values(n * stride);
-    std::vector<bool> seen(stride);
+    std::vector<LevelColumn> columns;
     std::size_t f = 0;
     for (const TLevelFile& file : Files) {
-        std::fill(seen.begin(), seen.end(), false);
-        for (std::size_t j = 0; j < file.PathNames.Lines().size(); ++j) {
-            const Entry e = SplitPair(file.PathNames.Lines()[j]);
+        const std::vector<std::string>& lines = file.PathNames.Lines();
+        for (std::size_t j = 0; j < lines.size(); ++j) {
+            const Entry e = SplitPair(lines[j]);
             const auto k = static_cast<std::size_t>(levels.KeyOf(e.name, j));
-            if (seen[k]) continue;
-            seen[k] = true;
-            values[f * stride + k] = e.value;
+            if (k == columns.size()) columns.emplace_back(levels.Keys()[k] == "%well", n);
+            columns[k].Set(f, e.value);
         }
         ++f;
     }
-
+    const std::size_t stride = columns.size();
+    if (stride == 0) return;
     std::vector<std::uint32_t> ranks(n * stride);
-    for (std::size_t k = 0; k < stride; ++k) {
-        if (levels.Keys()[k] == "%well")
-            RankValues(values, stride, k, CompareWellNames, ranks);
-        else
-            RankValues(values, stride, k, CompareText, ranks);
-    }
-    values.clear();
-    values.shrink_to_fit();
+    for (std::size_t k = 0; k < stride; ++k)
+        columns[k].Rank(stride, k, ranks);
+    columns.clear();
 
     std::vector<std::uint32_t> order(n);
     for (std::uint32_t i = 0; i < n; ++i)

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <iterator>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -7,6 +9,8 @@
 #include "ostradb/model/level_files.hpp"
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/serial/xml_serializer.hpp"
+#include "ostradb/util/text.hpp"
+#include "ostradb/util/well_names.hpp"
 
 namespace ostradb {
 namespace {
@@ -208,6 +212,30 @@ TEST(LevelFilesSort, SortsByLevelsWithWellNamesNumberFirst) {
     AddFile(byWell, "w", {"%area=x"});
     byWell.SmartSort();  // w: empty field and well, which sort first
     EXPECT_EQ(Names(byWell), (std::vector<std::string>{"w", "z", "y", "x"}));
+}
+
+TEST(LevelFilesSort, AgreesWithComparingFilesLevelByLevel) {
+    // Random paths with letter-case variants, equal well numbers, names without numbers and
+    // missing levels; the result must be ordered by the plain level-by-level comparison.
+    const char* fields[] = {"Беta", "бЕТА", "alpha", "Альфа", "альфа", ""};
+    const char* wells[] = {"12", "12a", "12А", "N12", "7", "007", "abc", "ABC", "", "100"};
+    std::mt19937 rng(5);
+    TLevelFilesList list;
+    for (int i = 0; i < 400; ++i) {
+        TLevelFile& f = list.Add();
+        if (rng() % 7)
+            f.PathNames.Add(std::string(rng() % 2 ? "%field=" : "%FIELD=") +
+                            fields[rng() % std::size(fields)]);
+        if (rng() % 9) f.PathNames.Add(std::string("%well=") + wells[rng() % std::size(wells)]);
+    }
+    list.SmartSort();
+    auto compare = [](const TLevelFile& a, const TLevelFile& b) {
+        if (int c = CompareText(a.PathNames.Values("%field"), b.PathNames.Values("%field")))
+            return c;
+        return CompareWellNames(a.PathNames.Values("%well"), b.PathNames.Values("%well"));
+    };
+    for (int i = 1; i < list.GetCount(); ++i)
+        ASSERT_LE(compare(list.GetItem(i - 1), list.GetItem(i)), 0) << i;
 }
 
 TLevelFilesList SampleList() {

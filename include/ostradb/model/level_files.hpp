@@ -82,7 +82,8 @@ public:
     const PropertyList& Properties() const override;
     void Assign(const TLevelFileCurve& other);
 
-    // "name", "start", "stop", "step", "nvers", "keystr" and "dclass" are required;
+    // Numbers "start", "stop", "step", "nvers" and "dclass" are required (EConvertError when
+    // missing or malformed); texts "name" and "keystr" read as empty when missing;
     // "keyvalue", "table" and "quality_mark" are read when present (quality mark 9999
     // otherwise); the plansheets are the "name" attributes of the "item" children of
     // "planshets".
@@ -154,8 +155,8 @@ public:
     // Removes the curves that don't pass filter.
     void FilterCurves(const TLevelFileInternalFilter& filter);
 
-    // "name" (required); curves from the "curve" children of "data" (each curve's Table is
-    // this table's name unless it names another); rows from "rows".
+    // "name"; curves from the "curve" children of "data" (each curve's Table is this
+    // table's name unless it names another); rows from "rows".
     void ReadFromXml(pugi::xml_node node);
     // The views-list form of a table: "tname", "shownames" (when present), the columns from
     // "Fields", and one curve per "obj_info" child (see TLevelFilesList).
@@ -168,7 +169,7 @@ public:
 
     const PropertyList& Properties() const override;
     void Assign(const TLevelFilePlanshet& other) { Name = other.Name; }
-    // "name", required.
+    // "name".
     void ReadFromXml(pugi::xml_node node);
 };
 
@@ -217,8 +218,9 @@ public:
     // Removes from every table the curves that don't pass filter.
     void FilterCurves(const TLevelFileInternalFilter& filter);
 
-    // Reads one "file" element. "extra_path", "name", "type", "trunk_id" and "is_main" are
-    // required; "file_id", "flags" and "UserRights" are read when present (-1, 0 and -1
+    // Reads one "file" element: "extra_path", "name", "type", "trunk_id" and "is_main" ("type"
+    // and "is_main" required: EConvertError when missing or malformed; the texts read as
+    // empty when missing); "file_id", "flags" and "UserRights" when present (-1, 0 and -1
     // otherwise); "params"/"param" ("key", "value") fill Params; then the children in order:
     // "planshet", "table" and "path".
     void ReadFromXml(pugi::xml_node node, const TDbStruct* structure);
@@ -273,9 +275,10 @@ public:
     //       </obj_info>
     //     </table_info>
     //   </file>
-    // Only "name" of a file is required. An "obj_info" gives a curve ("name" required, the
-    // other attributes when present; the quality mark from "qualitymark", else from an
-    // integer "qualitymarkstr", else 9999) and, when it holds "value" cells, a row.
+    // Every attribute is read when present (a malformed number raises EConvertError). An
+    // "obj_info" gives a curve (the quality mark from "qualitymark", else from an integer
+    // "qualitymarkstr", else 9999) and, when it holds "value" cells, a row. A file may also
+    // hold "params" and "path" as in ReadFromXml (the path without level names).
     void LoadFromWSViewsListXml(pugi::xml_node node);
 
     // The exchange form for other applications: one "File" element per file into node:
