@@ -96,65 +96,6 @@ long MinorFaults() {
     return u.ru_minflt;
 }
 
-// Minor page faults per iteration since start: fresh memory costs a fault per 4 KiB page on
-// first touch, which can cost as much as the work itself.
-void SetBytes(benchmark::State& state, long faultsAtStart) {
-    state.counters["faults"] = static_cast<double>(MinorFaults() - faultsAtStart) /
-                               static_cast<double>(std::max<std::int64_t>(state.iterations(), 1));
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
-                            static_cast<std::int64_t>(Answer().size()));
-    state.counters["answer_MB"] = static_cast<double>(Answer().size()) / 1e6;
-}
-
-void BM_ParseAnswer(benchmark::State& state) {
-    const std::string& text = Answer();
-    const long faults = MinorFaults();
-    for (auto _ : state) {
-        pugi::xml_document doc;
-        xml::Parse(doc, text);
-        benchmark::DoNotOptimize(doc.document_element());
-    }
-    SetBytes(state, faults);
-}
-BENCHMARK(BM_ParseAnswer)->Unit(benchmark::kMillisecond)->MinTime(2.0);
-
-void BM_ParseAndReadFiles(benchmark::State& state) {
-    const std::string& text = Answer();
-    const TDbStruct levels = Levels();
-    const long faults = MinorFaults();
-    for (auto _ : state) {
-        pugi::xml_document doc;
-        xml::Parse(doc, text);
-        TLevelFilesList list;
-        list.ReadFromXml(doc.document_element().child("answer"), &levels);
-        benchmark::DoNotOptimize(list.GetCount());
-        state.PauseTiming();  // freeing the list and the document is not part of reading
-        list.Clear();
-        doc.reset();
-        state.ResumeTiming();
-    }
-    SetBytes(state, faults);
-}
-BENCHMARK(BM_ParseAndReadFiles)->Unit(benchmark::kMillisecond)->MinTime(2.0);
-
-void BM_ReadFilesOnly(benchmark::State& state) {
-    pugi::xml_document doc;
-    xml::Parse(doc, Answer());
-    const pugi::xml_node answer = doc.document_element().child("answer");
-    const TDbStruct levels = Levels();
-    const long faults = MinorFaults();
-    for (auto _ : state) {
-        TLevelFilesList list;
-        list.ReadFromXml(answer, &levels);
-        benchmark::DoNotOptimize(list.GetCount());
-        state.PauseTiming();
-        list.Clear();
-        state.ResumeTiming();
-    }
-    SetBytes(state, faults);
-}
-BENCHMARK(BM_ReadFilesOnly)->Unit(benchmark::kMillisecond)->MinTime(2.0);
-
 // The least any reader of the document must do: visit every element and attribute once,
 // touching each name and value, and build nothing.
 std::size_t Visit(pugi::xml_node node) {
@@ -169,10 +110,9 @@ std::size_t Visit(pugi::xml_node node) {
 void BM_WalkAnswerDom(benchmark::State& state) {
     pugi::xml_document doc;
     xml::Parse(doc, Answer());
-    const long faults = MinorFaults();
     for (auto _ : state)
         benchmark::DoNotOptimize(Visit(doc.document_element()));
-    SetBytes(state, faults);
+    state.counters["answer_MB"] = static_cast<double>(Answer().size()) / 1e6;
 }
 BENCHMARK(BM_WalkAnswerDom)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
