@@ -84,14 +84,22 @@ void TOstraDbProtocol::SendPacket(std::string_view packet, std::istream* stream)
     connection_->WriteAll(packet.data(), packet.size());
     if (!stream) return;
     stream->clear();
+    stream->seekg(0, std::ios::end);
+    const std::streamoff size = stream->tellg();
     stream->seekg(0);
     auto buffer = std::make_unique<char[]>(kChunkSize);
+    std::streamoff sent = 0;
     while (*stream) {
         stream->read(buffer.get(), static_cast<std::streamsize>(kChunkSize));
         const auto n = static_cast<std::size_t>(stream->gcount());
         if (stream->bad()) throw StreamError("Reading the data to send failed");
         if (n > 0) connection_->WriteAll(buffer.get(), n);
+        sent += static_cast<std::streamoff>(n);
     }
+    // The server waits for every byte announced; a stream that ends early is broken.
+    if (sent < size)
+        throw StreamError("The data to send ended after " + std::to_string(sent) + " of " +
+                          std::to_string(size) + " bytes");
 }
 
 void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* Stream,
