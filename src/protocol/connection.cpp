@@ -58,12 +58,17 @@ void Connection::Open(const std::string& host, std::uint16_t port,
 }
 
 void Connection::Close() {
+    bool aborted;
     {
         std::lock_guard lock(fdMutex_);
         fd_ = -1;
-        shutDown_.store(false);
+        aborted = shutDown_.exchange(false);
     }
     asio::error_code ignored;
+    // A terminated request may leave megabytes queued for a server that is not reading;
+    // reset the connection instead of leaving them to linger.
+    if (aborted && socket_.is_open())
+        socket_.set_option(asio::socket_base::linger(true, 0), ignored);
     socket_.close(ignored);
 }
 

@@ -78,7 +78,10 @@ ScriptedServer& ScriptedServer::Expect(std::string cmd) {
 }
 
 ScriptedServer& ScriptedServer::ExpectHeadOnly(std::string cmd) {
-    return Add("ExpectHeadOnly(" + cmd + ")", [this, cmd] { ReadRequest(cmd, false); });
+    return Add("ExpectHeadOnly(" + cmd + ")", [this, cmd] {
+        ReadRequest(cmd, false);
+        unreadAllowed_ = true;
+    });
 }
 
 ScriptedServer& ScriptedServer::Reply(std::string_view xml) {
@@ -148,11 +151,30 @@ int ScriptedServer::Connections() const {
 }
 
 void ScriptedServer::Verify(std::chrono::milliseconds timeout) {
-    {
+    auto waitForScript = [&] {
         std::unique_lock lock(mutex_);
-        if (!changed_.wait_for(lock, timeout, [&] { return steps_.empty(); }))
-            ADD_FAILURE() << "the scripted server is still at step " << steps_.front().what
-                          << " with " << steps_.size() << " step(s) left";
+        if (changed_.wait_for(lock, timeout, [&] { return steps_.empty(); })) return true;
+        ADD_FAILURE() << "the scripted server is still at step " << steps_.front().what << " with "
+                      << steps_.size() << " step(s) left";
+        return false;
+    };
+    if (waitForScript()) {
+        // Whatever the client sent beyond the expected requests (a request sent twice, a
+        // payload longer than announced) is an error too.
+        Add("no unexpected bytes", [this] {
+            if (clientFd_ < 0 || unreadAllowed_) return;
+            pollfd p{clientFd_, POLLIN, 0};
+            std::string bytes(reader_.Pending());
+            char buffer[256];
+            if (::poll(&p, 1, 20) > 0) {
+                const ssize_t n = ::recv(clientFd_, buffer, sizeof buffer, MSG_PEEK);
+                if (n > 0) bytes.append(buffer, static_cast<std::size_t>(n));
+            }
+            if (!bytes.empty())
+                throw std::runtime_error("unexpected bytes from the client: " +
+                                         bytes.substr(0, 200));
+        });
+        waitForScript();
     }
     ReportErrors();
 }
@@ -207,6 +229,7 @@ void ScriptedServer::EnsureConnection() {
     const int one = 1;
     ::setsockopt(clientFd_, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
     reader_.Clear();
+    unreadAllowed_ = false;
     std::lock_guard lock(mutex_);
     ++connections_;
 }
@@ -216,6 +239,17 @@ void ScriptedServer::CloseConnection() {
     ::close(clientFd_);
     clientFd_ = -1;
     reader_.Clear();
+}
+
+bool ScriptedServer::Readable() {
+    // Waits for data or the end of the connection; false at the end (nothing to read).
+    pollfd p{clientFd_, POLLIN, 0};
+    for (;;) {
+        if (Stopping()) throw Stopped{};
+        if (::poll(&p, 1, kSliceMs) > 0) break;
+    }
+    char byte;
+    return ::recv(clientFd_, &byte, 1, MSG_PEEK) > 0;
 }
 
 void ScriptedServer::ReadMore() {
@@ -237,8 +271,14 @@ void ScriptedServer::ReadMore() {
 void ScriptedServer::ReadRequest(const std::string& cmd, bool readPayload) {
     EnsureConnection();
     RecordedRequest request;
-    while (!reader_.Next(request.bytes))
+    while (!reader_.Next(request.bytes)) {
+        // A client that closed its connection without starting a request is reconnecting.
+        if (reader_.Pending().empty() && !Readable()) {
+            CloseConnection();
+            EnsureConnection();
+        }
         ReadMore();
+    }
     request.text = wire::DecodeText(request.bytes);
     std::string problem;
     try {

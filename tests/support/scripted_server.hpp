@@ -99,8 +99,9 @@ public:
     std::size_t RequestCount() const;
     // Connections accepted so far.
     int Connections() const;
-    // Waits until the script has run out; reports steps left over and server-side errors
-    // (a request for another command, a client that closed too early) as test failures.
+    // Waits until the script has run out; reports steps left over, bytes the client sent
+    // beyond the expected requests, and server-side errors (a request for another command, a
+    // client that closed too early) as test failures.
     void Verify(std::chrono::milliseconds timeout = 10s);
 
 private:
@@ -117,13 +118,15 @@ private:
     void CloseConnection();
     void ReadRequest(const std::string& cmd, bool readPayload);
     void ReadMore();
+    bool Readable();
     void WriteAll(std::string_view bytes);
     bool Stopping() const;
 
     int listenFd_ = -1;
     std::uint16_t port_ = 0;
-    int clientFd_ = -1;    // server thread only
-    PacketReader reader_;  // server thread only
+    int clientFd_ = -1;           // server thread only
+    PacketReader reader_;         // server thread only
+    bool unreadAllowed_ = false;  // ExpectHeadOnly left bytes unread on this connection
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
