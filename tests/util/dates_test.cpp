@@ -110,11 +110,11 @@ TEST(Dates, FormatDateTime) {
 }
 
 class DateParsing : public testing::Test {
-  protected:
+protected:
     void SetUp() override { saved_ = ShortDateFormat(); }
     void TearDown() override { SetShortDateFormat(saved_); }
 
-  private:
+private:
     std::string saved_;
 };
 

@@ -23,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 class IniFile : public testing::Test {
-  protected:
+protected:
     void SetUp() override {
         dir_ = fs::temp_directory_path() /
                ("ostradb-ini-" + std::to_string(std::random_device()()) + "-" +

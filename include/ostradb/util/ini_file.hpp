@@ -22,7 +22,7 @@
 namespace ostradb {
 
 class OSTRADB_API TMemIniFile {
-  public:
+public:
     // Loads fileName when it exists; a missing file gives an empty INI. A file that cannot be
     // read raises EFileError; lines that are not INI syntax are skipped.
     explicit TMemIniFile(std::filesystem::path fileName);
@@ -64,7 +64,7 @@ class OSTRADB_API TMemIniFile {
     // The INI text as UpdateFile would write it.
     std::string ToText() const;
 
-  private:
+private:
     struct Impl;
     std::filesystem::path fileName_;
     std::unique_ptr<Impl> impl_;
