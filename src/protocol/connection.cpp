@@ -57,16 +57,16 @@ void Connection::Open(const std::string& host, std::uint16_t port,
     shutDown_.store(false);
 }
 
-void Connection::Close() {
-    bool aborted;
+void Connection::Close(bool abort) {
+    bool aborted = abort;
     {
         std::lock_guard lock(fdMutex_);
         fd_ = -1;
-        aborted = shutDown_.exchange(false);
+        aborted = shutDown_.exchange(false) || aborted;
     }
     asio::error_code ignored;
-    // A terminated request may leave megabytes queued for a server that is not reading;
-    // reset the connection instead of leaving them to linger.
+    // A terminated or timed-out request may leave megabytes queued for a server that is not
+    // reading; reset the connection instead of leaving them to linger.
     if (aborted && socket_.is_open())
         socket_.set_option(asio::socket_base::linger(true, 0), ignored);
     socket_.close(ignored);
@@ -99,7 +99,7 @@ void Connection::WaitReady(short events, std::chrono::milliseconds timeout, cons
         const int n = ::poll(&p, 1, static_cast<int>(timeout.count()));
         if (n > 0) return;
         if (n == 0) {
-            Close();
+            Close(true);
             throw ETimeoutError("The server did not respond within " +
                                 std::to_string(timeout.count()) + " ms while " + what);
         }

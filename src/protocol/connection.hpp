@@ -26,7 +26,8 @@ public:
 
     // Resolves host and connects within timeout. Raises ESocketError with the system's reason.
     void Open(const std::string& host, std::uint16_t port, std::chrono::milliseconds timeout);
-    void Close();
+    // With abort the peer gets a reset rather than an orderly end.
+    void Close(bool abort = false);
     // Open, and neither found closed nor shut down by Terminate.
     bool IsOpen() const;
 

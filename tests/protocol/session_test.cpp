@@ -77,6 +77,24 @@ TEST_F(ExchangeTest, SameHostAndPortKeepTheConnectionOthersReconnect) {
     server.Verify();
 }
 
+TEST_F(ExchangeTest, HostPortGuardRestoresTheServerOnEveryWayOut) {
+    server.Expect().Reply(AnswerPacket());
+    Run("a");
+    try {
+        detail::HostPortGuard guard(client);
+        EXPECT_EQ(client.CheckFileName("WSTP:///HOST:elsewhere//PORT:1/a.ws"), "a.ws");
+        EXPECT_EQ(client.GetHost(), "elsewhere");
+        throw std::runtime_error("the command failed");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost);
+    EXPECT_EQ(client.GetPort(), server.Port());
+    server.Expect().Reply(AnswerPacket());
+    Run("b");
+    EXPECT_EQ(server.Connections(), 2);
+    server.Verify();
+}
+
 TEST(Connect, FailureNamesTheHostInQuotes) {
     // A port that was free a moment ago: nothing listens there.
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);

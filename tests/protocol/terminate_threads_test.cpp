@@ -92,6 +92,17 @@ TEST_F(ExchangeTest, TerminateAbortsARequestBlockedInWrite) {
     server.Verify();
 }
 
+TEST_F(ExchangeTest, WriteTimeoutEndsAWriteTheServerDoesNotRead) {
+    server.ExpectHeadOnly("put_file").StallUntilClosed();
+    client.SetWriteTimeout(200ms);
+    GeneratedBuf big(std::int64_t{256} << 20);
+    std::istream data(&big);
+    EXPECT_THROW(Run("put_file", &data), ETimeoutError);
+    EXPECT_FALSE(client.Connected());
+    EXPECT_FALSE(client.GetBusy());
+    server.Verify();
+}
+
 TEST_F(ExchangeTest, TerminateWithoutAConnectionDoesNothing) {
     client.Terminate();
     EXPECT_FALSE(client.GetTerminated());
