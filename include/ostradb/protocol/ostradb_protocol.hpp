@@ -58,8 +58,10 @@ struct TLoginDialogData {
     std::string Password;              // pre-filled; the dialog returns the user's entry
     bool AllowToSelectServer = false;  // whether the user may pick another server here
     std::string Message;               // why the dialog is shown again (the server's refusal)
-    std::int32_t Attempt = 1;          // 1 for the first showing of this login
+    std::int32_t Attempt = 1;          // the attempt this showing is for, from 1
 };
+// The login dialog. It is also shown in the middle of a request whose answer demanded a new
+// login; requests it makes itself (say, to check a server the user picked) are allowed then.
 using TLoginDialogEvent =
     std::function<ELoginDialogResult(TOstraDbProtocol& Sender, TLoginDialogData& Data)>;
 
@@ -74,7 +76,8 @@ class OSTRADB_API TOstraDbProtocol {
 public:
     static constexpr std::int32_t kDefaultPort = 22344;
     static constexpr std::int32_t kDefaultConnectTimeout = 60000;  // milliseconds
-    // Login dialog showings (or attempts without a dialog) before a refusal is raised.
+    // Attempts through the login dialog before the server's refusal is raised; without a
+    // dialog there is one attempt.
     static constexpr std::int32_t kMaxLoginAttempts = 3;
 
     TOstraDbProtocol();
@@ -120,6 +123,7 @@ public:
     bool GetTerminated() const;
     // User name of the last login attempt made by Login.
     const std::string& LastUser() const { return lastUser_; }
+    // Handed to the login dialog (TLoginDialogData::AllowToSelectServer); false initially.
     void SetAllowToSelectServer(bool Value) { allowToSelectServer_ = Value; }
     bool GetAllowToSelectServer() const { return allowToSelectServer_; }
     // 1 after a successful login attempt, counted down (not below 0) by each failed one.
