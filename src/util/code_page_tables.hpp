@@ -83,35 +83,47 @@ constexpr DecodeTable MakeDecodeTable(const UpperHalf& upper) {
     return table;
 }
 
-// Byte of a code point >= U+0080, or 0 when the code page has none: a two-level table over
-// the 256-code-point blocks that the code page uses (all below U+2600).
+// Byte of a code point >= U+0080, or 0 when the code page has none: a direct table for the
+// two-byte UTF-8 range (Cyrillic, Latin-1) and a two-level table over the 256-code-point
+// blocks above it that the code page uses (all below U+2600).
 class EncodeTable {
 public:
     static constexpr std::size_t kBlockCount = 0x26;
-    static constexpr std::size_t kMaxUsedBlocks = 8;
+    static constexpr std::size_t kMaxUsedBlocks = 4;
 
     constexpr explicit EncodeTable(const UpperHalf& upper) {
         std::size_t used = 1;  // block 0 stays empty: "no byte"
         for (unsigned i = 0; i < 128; ++i) {
             const char32_t cp = upper[i];
-            const std::size_t hi = cp >> 8;
-            if (cp < 0x80 || hi >= kBlockCount) throw "code point outside the encoding table";
-            if (blockOf_[hi] == 0) {
-                if (used == kMaxUsedBlocks) throw "too many code-point blocks";
-                blockOf_[hi] = std::uint8_t(used++);
+            std::uint8_t* slot = nullptr;
+            if (cp < 0x80) throw "ASCII in the upper half";
+            if (cp < 0x800) {
+                slot = &twoByte_[cp];
+            } else {
+                const std::size_t hi = cp >> 8;
+                if (hi >= kBlockCount) throw "code point outside the encoding table";
+                if (blockOf_[hi] == 0) {
+                    if (used == kMaxUsedBlocks) throw "too many code-point blocks";
+                    blockOf_[hi] = std::uint8_t(used++);
+                }
+                slot = &blocks_[blockOf_[hi]][cp & 0xFF];
             }
-            std::uint8_t& slot = blocks_[blockOf_[hi]][cp & 0xFF];
-            if (slot != 0) throw "code point listed twice";
-            slot = std::uint8_t(0x80 + i);
+            if (*slot != 0) throw "code point listed twice";
+            *slot = std::uint8_t(0x80 + i);
         }
     }
 
+    // cp < U+0800.
+    constexpr std::uint8_t FindTwoByte(char32_t cp) const { return twoByte_[cp]; }
+
     constexpr std::uint8_t Find(char32_t cp) const {
+        if (cp < 0x800) return twoByte_[cp];
         const std::size_t hi = cp >> 8;
         return hi < kBlockCount ? blocks_[blockOf_[hi]][cp & 0xFF] : 0;
     }
 
 private:
+    std::array<std::uint8_t, 0x800> twoByte_{};
     std::array<std::uint8_t, kBlockCount> blockOf_{};
     std::array<std::array<std::uint8_t, 256>, kMaxUsedBlocks> blocks_{};
 };

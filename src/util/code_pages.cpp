@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "ostradb/util/exceptions.hpp"
 #include "util/code_page_tables.hpp"
@@ -15,7 +16,6 @@ namespace {
 
 using codepage::DecodeTable;
 using codepage::EncodeTable;
-using codepage::Utf8Seq;
 
 struct PageTables {
     const DecodeTable& decode;
@@ -44,7 +44,7 @@ std::uint64_t Load8(const unsigned char* p) {
     return word;
 }
 
-// Position of the first byte with its high bit set; highBits is non-zero.
+// Position of the first byte with its high bit set, 8 when there is none.
 std::size_t FirstHighByte(std::uint64_t highBits) {
     if constexpr (std::endian::native == std::endian::little) {
         return std::size_t(std::countr_zero(highBits)) >> 3;
@@ -53,33 +53,37 @@ std::size_t FirstHighByte(std::uint64_t highBits) {
     }
 }
 
-// Length of the well-formed UTF-8 sequence at p (whose first byte is >= 0x80) and its code
-// point, or 0 when the sequence is truncated, overlong, a surrogate or above U+10FFFF.
-std::size_t DecodeUtf8(const unsigned char* p, const unsigned char* end, char32_t& cp) {
+struct Utf8Char {
+    char32_t cp;
+    std::size_t length;  // 0: malformed
+};
+
+// The well-formed UTF-8 sequence at p, whose first byte is >= 0x80, or length 0 when the
+// sequence is truncated, overlong, a surrogate or above U+10FFFF.
+Utf8Char DecodeUtf8(const unsigned char* p, const unsigned char* end) {
     const unsigned b0 = p[0];
     const std::size_t avail = std::size_t(end - p);
     auto cont = [](unsigned b) { return (b & 0xC0) == 0x80; };
-    if (b0 < 0xC2) return 0;  // a continuation byte, or the lead of an overlong pair
+    if (b0 < 0xC2) return {0, 0};  // a continuation byte, or the lead of an overlong pair
     if (b0 < 0xE0) {
-        if (avail < 2 || !cont(p[1])) return 0;
-        cp = char32_t((b0 & 0x1F) << 6 | (p[1] & 0x3F));
-        return 2;
+        if (avail < 2 || !cont(p[1])) return {0, 0};
+        return {char32_t((b0 & 0x1F) << 6 | (p[1] & 0x3F)), 2};
     }
     if (b0 < 0xF0) {
         const unsigned low = b0 == 0xE0 ? 0xA0 : 0x80;   // overlong
         const unsigned high = b0 == 0xED ? 0x9F : 0xBF;  // surrogates
-        if (avail < 3 || p[1] < low || p[1] > high || !cont(p[2])) return 0;
-        cp = char32_t((b0 & 0x0F) << 12 | (p[1] & 0x3F) << 6 | (p[2] & 0x3F));
-        return 3;
+        if (avail < 3 || p[1] < low || p[1] > high || !cont(p[2])) return {0, 0};
+        return {char32_t((b0 & 0x0F) << 12 | (p[1] & 0x3F) << 6 | (p[2] & 0x3F)), 3};
     }
     if (b0 < 0xF5) {
         const unsigned low = b0 == 0xF0 ? 0x90 : 0x80;   // overlong
         const unsigned high = b0 == 0xF4 ? 0x8F : 0xBF;  // above U+10FFFF
-        if (avail < 4 || p[1] < low || p[1] > high || !cont(p[2]) || !cont(p[3])) return 0;
-        cp = char32_t((b0 & 0x07) << 18 | (p[1] & 0x3F) << 12 | (p[2] & 0x3F) << 6 | (p[3] & 0x3F));
-        return 4;
+        if (avail < 4 || p[1] < low || p[1] > high || !cont(p[2]) || !cont(p[3])) return {0, 0};
+        return {
+            char32_t((b0 & 0x07) << 18 | (p[1] & 0x3F) << 12 | (p[2] & 0x3F) << 6 | (p[3] & 0x3F)),
+            4};
     }
-    return 0;
+    return {0, 0};
 }
 
 [[noreturn]] void ThrowInvalidUtf8(std::size_t offset) {
@@ -101,6 +105,30 @@ std::size_t DecodeUtf8(const unsigned char* p, const unsigned char* end, char32_
     throw EEncodingError(message, cp);
 }
 
+// Stores the UTF-8 of one byte (four bytes written, its length kept) and returns the new end.
+char* PutUtf8(const DecodeTable& table, unsigned char byte, char* dst) {
+    std::uint32_t entry;
+    std::memcpy(&entry, &table[byte], sizeof entry);
+    std::memcpy(dst, &entry, sizeof entry);
+    const std::uint32_t length =
+        std::endian::native == std::endian::little ? entry >> 24 : entry & 0xFF;
+    return dst + length;
+}
+
+// The I-th byte in memory order of a word loaded from memory.
+template <std::size_t I>
+unsigned char ByteOf(std::uint64_t word) {
+    constexpr unsigned shift = std::endian::native == std::endian::little ? 8 * I : 56 - 8 * I;
+    return static_cast<unsigned char>(word >> shift);
+}
+
+template <std::size_t... I>
+char* PutUtf8Each(const DecodeTable& table, std::uint64_t word, char* dst,
+                  std::index_sequence<I...>) {
+    ((dst = PutUtf8(table, ByteOf<I>(word), dst)), ...);
+    return dst;
+}
+
 void Decode(const DecodeTable& table, std::string_view bytes, std::string& out) {
     const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
     const auto* const end = p + bytes.size();
@@ -114,32 +142,19 @@ void Decode(const DecodeTable& table, std::string_view bytes, std::string& out) 
             if (out.size() < need) out.resize(need);
             char* const base = out.data();
             char* dst = base + pos;
-            while (sliceEnd - p >= 16) {
-                const std::uint64_t high = Load8(p) & kHighBits;
-                std::memcpy(dst, p, 8);
-                if (high == 0) {
-                    p += 8;
+            // Whole words only: a word with any non-ASCII byte goes through the table as a
+            // whole, which is faster than finding where its ASCII ends.
+            for (; sliceEnd - p >= 8; p += 8) {
+                const std::uint64_t word = Load8(p);
+                if ((word & kHighBits) == 0) {
+                    std::memcpy(dst, &word, sizeof word);
                     dst += 8;
-                    continue;
-                }
-                const std::size_t ascii = FirstHighByte(high);
-                p += ascii;
-                dst += ascii;
-                // Text with one non-ASCII byte usually has more nearby: take 8 through the table.
-                for (int i = 0; i < 8; ++i) {
-                    const Utf8Seq& seq = table[p[i]];
-                    std::memcpy(dst, &seq, sizeof seq);
-                    dst += seq.length;
-                }
-                p += 8;
-            }
-            if (sliceEnd == end) {
-                for (; p < end; ++p) {
-                    const Utf8Seq& seq = table[*p];
-                    std::memcpy(dst, &seq, sizeof seq);
-                    dst += seq.length;
+                } else {
+                    dst = PutUtf8Each(table, word, dst, std::make_index_sequence<8>());
                 }
             }
+            for (; p < sliceEnd; ++p)
+                dst = PutUtf8(table, *p, dst);
             pos = std::size_t(dst - base);
         }
     } catch (...) {
@@ -153,6 +168,7 @@ void Encode(const PageTables& page, std::string_view utf8, std::string& out) {
     const auto* const begin = reinterpret_cast<const unsigned char*>(utf8.data());
     const auto* const end = begin + utf8.size();
     const auto* p = begin;
+    const EncodeTable& table = page.encode;
     std::size_t pos = out.size();
     try {
         while (p < end) {
@@ -162,32 +178,35 @@ void Encode(const PageTables& page, std::string_view utf8, std::string& out) {
             char* const base = out.data();
             char* dst = base + pos;
             while (p < sliceEnd) {
-                if (sliceEnd - p >= 8) {
-                    const std::uint64_t high = Load8(p) & kHighBits;
-                    std::memcpy(dst, p, 8);
-                    if (high == 0) {
-                        p += 8;
-                        dst += 8;
-                        continue;
+                if (*p < 0x80) {
+                    if (sliceEnd - p >= 8) {
+                        const std::uint64_t high = Load8(p) & kHighBits;
+                        std::memcpy(dst, p, 8);
+                        const std::size_t ascii = FirstHighByte(high);
+                        p += ascii;
+                        dst += ascii;
+                    } else {
+                        *dst++ = char(*p++);
                     }
-                    const std::size_t ascii = FirstHighByte(high);
-                    p += ascii;
-                    dst += ascii;
-                } else if (*p < 0x80) {
-                    *dst++ = char(*p++);
                     continue;
                 }
                 // A sequence may run past the slice end; the output never outgrows the input.
-                char32_t cp = 0;
-                const std::size_t length = DecodeUtf8(p, end, cp);
-                const std::uint8_t byte = length == 0 ? 0 : page.encode.Find(cp);
+                Utf8Char c{0, 2};
+                std::uint8_t byte = 0;
+                if (p[0] >= 0xC2 && p[0] < 0xE0 && end - p >= 2 && (p[1] & 0xC0) == 0x80) {
+                    c.cp = char32_t((p[0] & 0x1F) << 6 | (p[1] & 0x3F));  // Cyrillic, Latin-1
+                    byte = table.FindTwoByte(c.cp);
+                } else {
+                    c = DecodeUtf8(p, end);
+                    if (c.length != 0) byte = table.Find(c.cp);
+                }
                 if (byte == 0) {
                     pos = std::size_t(dst - base);
-                    if (length == 0) ThrowInvalidUtf8(std::size_t(p - begin));
-                    ThrowUnmappable(cp, p, length, page.name);
+                    if (c.length == 0) ThrowInvalidUtf8(std::size_t(p - begin));
+                    ThrowUnmappable(c.cp, p, c.length, page.name);
                 }
                 *dst++ = char(byte);
-                p += length;
+                p += c.length;
             }
             pos = std::size_t(dst - base);
         }
@@ -248,10 +267,9 @@ bool CanEncode(CodePage page, std::string_view utf8) {
             ++p;
             continue;
         }
-        char32_t cp = 0;
-        const std::size_t length = DecodeUtf8(p, end, cp);
-        if (length == 0 || table.Find(cp) == 0) return false;
-        p += length;
+        const Utf8Char c = DecodeUtf8(p, end);
+        if (c.length == 0 || table.Find(c.cp) == 0) return false;
+        p += c.length;
     }
     return true;
 }

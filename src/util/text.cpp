@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -291,7 +290,9 @@ std::size_t CodePointCount(std::string_view text) {
     for (; i + 8 <= text.size(); i += 8) {
         std::uint64_t word;
         std::memcpy(&word, text.data() + i, sizeof word);
-        continuations += std::size_t(std::popcount(word & ~(word << 1) & kHighBits));
+        // One bit (0x80) per continuation byte; the multiplication sums them in the top byte.
+        const std::uint64_t marks = (word & ~(word << 1) & kHighBits) >> 7;
+        continuations += std::size_t((marks * 0x0101010101010101ull) >> 56);
     }
     for (; i < text.size(); ++i) {
         continuations += (static_cast<unsigned char>(text[i]) & 0xC0) == 0x80;
