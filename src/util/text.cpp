@@ -117,6 +117,7 @@ std::size_t PrefixBytes(std::string_view s, std::size_t count) {
 }
 
 // The root collation at secondary strength: case ignored, accents (Ё against Е) counted.
+// Created once; its ASCII ranks are read once.
 class TextCollator {
 public:
     static const TextCollator& Instance() {
@@ -126,8 +127,12 @@ public:
 
     int Compare(std::string_view a, std::string_view b) const {
         if (IsAscii(a) && IsAscii(b)) return CompareAscii(a, b);
+        // ICU collators are not to be shared between threads: each thread compares with its
+        // own clone.
+        thread_local const std::unique_ptr<icu::Collator> local(collator_->clone());
+        if (!local) throw Error("cloning the root collation failed");
         UErrorCode status = U_ZERO_ERROR;
-        const int result = collator_->compareUTF8(Piece(a), Piece(b), status);
+        const int result = local->compareUTF8(Piece(a), Piece(b), status);
         CheckIcu(status, "text comparison");
         return result;
     }
