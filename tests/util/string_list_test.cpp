@@ -59,7 +59,7 @@ TEST(StringList, NamesAndValuesIgnoreCaseAndTakeTheFirstMatch) {
     EXPECT_EQ(l.Values("поле"), "второе");
     l.SetValue("new", "1");
     EXPECT_EQ(l[3], "new=1");
-    EXPECT_EQ(l.IndexOf("NOEQUALS"), 1);
+    EXPECT_EQ(l.IndexOf("NOEQUALS"), 0);
     EXPECT_EQ(l.IndexOf("Ё"), -1);
 }
 

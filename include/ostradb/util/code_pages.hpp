@@ -14,10 +14,13 @@ namespace ostradb {
 
 enum class CodePage { Windows1251, Dos866 };
 
-// Appends the UTF-8 form of 8-bit text to out.
+// Appends the UTF-8 form of 8-bit text to out. Never fails: every byte has a character
+// (Windows-1251 0x98, unassigned in the standard table, reads as the control U+0098).
 OSTRADB_API void AppendDecoded(CodePage page, std::string_view bytes, std::string& out);
 // Appends the 8-bit form of UTF-8 text to out. Malformed UTF-8 or a character outside the
-// code page raises EEncodingError; out then holds what was converted before it.
+// code page raises EEncodingError; out then holds what was converted before it. The message
+// names the character ("character U+20AC "€" cannot be written in DOS 866", CodePoint() is
+// that character) or the byte offset into utf8 ("invalid UTF-8 at byte 17", U+FFFD).
 OSTRADB_API void AppendEncoded(CodePage page, std::string_view utf8, std::string& out);
 
 OSTRADB_API std::string Cp1251ToUtf8(std::string_view bytes);

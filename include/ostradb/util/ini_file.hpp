@@ -2,8 +2,13 @@
 
 // An INI file held in memory: read once when opened, changed in memory, written back whole by
 // UpdateFile through a temporary file renamed into place, so a failure while writing leaves
-// the previous file intact. Section and key names are compared ignoring ASCII case. The file
-// is UTF-8.
+// the previous file intact. Section and key names are compared ignoring ASCII case and have
+// surrounding blanks trimmed. The file is UTF-8.
+//
+// Every value reads back exactly as written, also through the file: a value with blanks at
+// either end, or one that itself starts and ends with a double quote (such as the comma text
+// "a,b" with its quotes), is stored in one extra pair of double quotes, and reading a value
+// from the file strips one such pair.
 
 #include <cstdint>
 #include <filesystem>
@@ -29,6 +34,9 @@ public:
 
     std::string ReadString(std::string_view section, std::string_view key,
                            std::string_view def) const;
+    // Raises EConvertError for what a line of an INI file cannot hold: a line break or zero
+    // character anywhere, "]" in the section, "=" in the key, an empty key or one starting
+    // with ";", "#" or "[".
     void WriteString(std::string_view section, std::string_view key, std::string_view value);
     // A value that is not an integer reads as def.
     std::int32_t ReadInteger(std::string_view section, std::string_view key,
@@ -43,13 +51,15 @@ public:
 
     bool SectionExists(std::string_view section) const;
     bool ValueExists(std::string_view section, std::string_view key) const;
+    // Section names (those with a name) and the keys of one section, in file order.
     void ReadSections(TStringList& sections) const;
     void ReadSection(std::string_view section, TStringList& keys) const;
     void EraseSection(std::string_view section);
     void DeleteKey(std::string_view section, std::string_view key);
     void Clear();
 
-    // Writes the whole INI to FileName (temporary file, then rename). Raises EFileError.
+    // Writes the whole INI to FileName (temporary file, then rename), creating missing parent
+    // directories. Raises EFileError.
     void UpdateFile() const;
     // The INI text as UpdateFile would write it.
     std::string ToText() const;

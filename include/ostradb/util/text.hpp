@@ -17,7 +17,8 @@ OSTRADB_API bool SameText(std::string_view a, std::string_view b);
 OSTRADB_API int CompareText(std::string_view a, std::string_view b);
 // Byte-wise ordering: negative, zero or positive.
 OSTRADB_API int CompareStr(std::string_view a, std::string_view b);
-// text starts with prefix, ignoring letter case.
+// text starts with prefix, ignoring letter case (the case folding of text starts with that of
+// prefix: StartsText("straß", "STRASSE") holds).
 OSTRADB_API bool StartsText(std::string_view prefix, std::string_view text);
 
 OSTRADB_API std::string UpperCase(std::string_view text);
@@ -28,7 +29,8 @@ OSTRADB_API std::string Trim(std::string_view text);
 OSTRADB_API std::string TrimLeft(std::string_view text);
 OSTRADB_API std::string TrimRight(std::string_view text);
 
-// Number of code points of UTF-8 text (what "characters" means wherever text is counted).
+// Number of code points of UTF-8 text (what "characters" means wherever text is counted). In
+// malformed text a stray continuation byte is not counted.
 OSTRADB_API std::size_t CodePointCount(std::string_view text);
 
 }  // namespace ostradb

@@ -1,0 +1,67 @@
+#include "protocol/packet_reader.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include "ostradb/util/exceptions.hpp"
+
+namespace ostradb {
+
+void PacketReader::TooLong() const {
+    throw Error("A packet exceeds " + std::to_string(maxPacketSize_) +
+                " bytes without its end \"</packet>\"");
+}
+
+void PacketReader::Feed(std::string_view bytes) {
+    std::memcpy(Prepare(bytes.size()), bytes.data(), bytes.size());
+    Commit(bytes.size());
+}
+
+char* PacketReader::Prepare(std::size_t n) {
+    Compact();
+    const std::size_t used = buffer_.size();
+    buffer_.resize(used + n);
+    prepared_ = used;
+    return buffer_.data() + used;
+}
+
+void PacketReader::Commit(std::size_t n) {
+    buffer_.resize(prepared_ + n);
+}
+
+bool PacketReader::Next(std::string& packet) {
+    const std::string_view pending = Pending();
+    const std::size_t pos = pending.find(kPacketTerminator, scanned_);
+    if (pos == std::string_view::npos) {
+        // A terminator may straddle the end: rescan its possible start next time.
+        if (pending.size() >= kPacketTerminator.size())
+            scanned_ = pending.size() - kPacketTerminator.size() + 1;
+        if (pending.size() > maxPacketSize_) TooLong();
+        return false;
+    }
+    const std::size_t length = pos + kPacketTerminator.size();
+    if (length > maxPacketSize_) TooLong();
+    packet.assign(pending.data(), length);
+    start_ += length;
+    scanned_ = 0;
+    return true;
+}
+
+void PacketReader::Consume(std::size_t n) {
+    start_ += std::min(n, buffer_.size() - start_);
+    scanned_ = 0;
+}
+
+void PacketReader::Clear() {
+    buffer_.clear();
+    start_ = 0;
+    scanned_ = 0;
+}
+
+void PacketReader::Compact() {
+    if (start_ == 0) return;
+    buffer_.erase(0, start_);
+    start_ = 0;
+}
+
+}  // namespace ostradb

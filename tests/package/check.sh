@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# Installs the build tree into a temporary prefix and builds and runs a small application
+# against it through find_package(ostradb) and through pkg-config.
+set -euo pipefail
+build_dir=$1
+source_dir=$(cd "$(dirname "$0")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cmake --install "$build_dir" --prefix "$work/prefix" >/dev/null
+cmake -S "$source_dir" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+cmake --build "$work/consumer" >/dev/null
+LD_LIBRARY_PATH="$work/prefix/lib" "$work/consumer/c" | grep -qx ok
+"$work/consumer/cs" | grep -qx ok
+PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig" pkg-config --exists ostradb
+flags=$(PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig" pkg-config --cflags --libs ostradb)
+# shellcheck disable=SC2086
+c++ -std=c++20 "$source_dir/main.cpp" -o "$work/pc" $flags -licuuc -licui18n -lcrypto -lsimpleini
+LD_LIBRARY_PATH="$work/prefix/lib" "$work/pc" | grep -qx ok
+echo "package ok"

@@ -1,0 +1,396 @@
+// The exchange over real TCP against the scripted server: framing, info packets, payloads both
+// ways, error answers, the re-login on code 27, the busy guard, reconnects, and bad answers.
+
+#include <functional>
+#include <sstream>
+#include <vector>
+
+#include "exchange_fixture.hpp"
+#include "ostradb/serial/xml.hpp"
+#include "ostradb/util/numbers.hpp"
+
+namespace ostradb {
+namespace {
+
+using namespace std::chrono_literals;
+using test::AnswerPacket;
+using test::ErrorPacket;
+using test::InfoPacket;
+using test::PayloadPacket;
+using test::WirePacket;
+
+TEST_F(ExchangeTest, RequestGoesOutAsWindows1251TextWithCrLf) {
+    server.Expect().Reply(AnswerPacket());
+    SetDecimalSeparator(',');
+    detail::Request req(client, "get_level");
+    EXPECT_EQ(DecimalSeparator(), '.');
+    req.Set("name", "Пласт №2");
+    TOstraDbProtocol::SetBoolXmlAttr(req.command, "deep", true);
+    TOstraDbProtocol::SetBoolXmlAttr(req.command, "flat", false);
+    req.Exchange();
+    EXPECT_EQ(server.Request(0).bytes,
+              "<?xml version=\"1.0\" encoding=\"Windows-1251\"?>\r\n"
+              "<packet version=\"1\">\r\n"
+              "  <command cmd=\"get_level\" name=\"\xCF\xEB\xE0\xF1\xF2 \xB9\x32\" deep=\"true\" "
+              "flat=\"false\" />\r\n"
+              "</packet>\r\n");
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, UnencodableTextIsRefusedBeforeAnythingIsSent) {
+    detail::Request req(client, "get_level");
+    req.Set("name", "snow \xE2\x98\x83");
+    EXPECT_THROW(req.Exchange(), EEncodingError);
+    EXPECT_FALSE(client.GetBusy());
+    EXPECT_EQ(server.Connections(), 0);
+}
+
+TEST_F(ExchangeTest, AnswerSplitAnywhereIsAssembled) {
+    const std::string packet = WirePacket(AnswerPacket(R"(result="Привет, мир")"));
+    for (std::size_t piece : {1u, 7u, 11u, 4096u}) {
+        server.Expect("get_x").SendInPieces(packet, piece, 1ms);
+        EXPECT_EQ(xml::Attr(Run("get_x").answer, "result"), "Привет, мир") << "piece " << piece;
+    }
+    EXPECT_EQ(server.Connections(), 1);
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, InfoPacketsGoToOnInfoAndAreFollowedWithoutResending) {
+    std::vector<std::string> seen;
+    client.OnInfo = [&](TOstraDbProtocol& sender, pugi::xml_node xml) {
+        EXPECT_EQ(&sender, &client);
+        seen.push_back(xml::Attr(xml, "step"));
+        throw std::runtime_error("a failing handler is ignored");
+    };
+    // Two info packets and the answer in one segment, then a third info on its own; a read
+    // beyond what was sent would hang and hit the time-out.
+    client.SetReadTimeout(3s);
+    server.Expect()
+        .Send(WirePacket(InfoPacket(R"(step="1")")) + WirePacket(InfoPacket(R"(step="2")")))
+        .Pause(5ms)
+        .Send(WirePacket(InfoPacket(R"(step="3")")) + WirePacket(AnswerPacket(R"(done="yes")")));
+    EXPECT_EQ(xml::Attr(Run("reload").answer, "done"), "yes");
+    EXPECT_EQ(seen, (std::vector<std::string>{"1", "2", "3"}));
+    EXPECT_EQ(server.RequestCount(), 1u);
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, CommandFromOnInfoIsRefusedAsBusy) {
+    int refusedCode = -1;
+    client.OnInfo = [&](TOstraDbProtocol& sender, pugi::xml_node) {
+        try {
+            detail::Request(sender, "nested").Exchange();
+        } catch (const TOstraClientSocketException& e) {
+            refusedCode = e.Code;
+            EXPECT_STREQ(e.what(), "Protocol is busy");
+        }
+    };
+    server.Expect().Reply(InfoPacket()).Reply(AnswerPacket());
+    Run("job");
+    EXPECT_EQ(refusedCode, ecProtocolBusy);
+    EXPECT_FALSE(client.GetBusy());
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, AnswerPayloadIsStreamedWithTheBytesThatCameWithTheXml) {
+    const std::string payload = "0123456789ABCDEFGHIJ";
+    struct Case {
+        std::size_t withXml;  // bytes sent in the packet's own segment
+        std::string sent;     // every byte after the packet
+    } cases[] = {
+        {0, payload},
+        {5, payload},
+        {20, payload},
+        // More bytes with the packet than announced: they are all written.
+        {23, payload + "xyz"},
+    };
+    for (const Case& c : cases) {
+        server.Expect()
+            .Send(WirePacket(PayloadPacket(20)) + c.sent.substr(0, c.withXml))
+            .Pause(5ms)
+            .Send(c.sent.substr(c.withXml));
+        std::ostringstream out;
+        Run("get_file_contents", nullptr, &out);
+        EXPECT_EQ(out.str(), c.sent) << "with the XML: " << c.withXml;
+    }
+    // Without a stream the payload is read and dropped; the next answer is read cleanly.
+    server.Expect().Send(WirePacket(PayloadPacket(20)) + "01234").Send("56789ABCDEFGHIJ");
+    server.Expect().Reply(AnswerPacket(R"(next="1")"));
+    Run("get_file_contents");
+    EXPECT_EQ(xml::Attr(Run("ping").answer, "next"), "1");
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, RequestPayloadIsSentFromItsStart) {
+    std::istringstream data(std::string("payload \0 bytes", 15));
+    data.seekg(7);
+    server.Expect("put_file").Reply(AnswerPacket());
+    Run("put_file", &data);
+    const auto& request = server.Request(0);
+    EXPECT_EQ(request.Root().attribute("bin_data_size").as_llong(), 15);
+    EXPECT_EQ(request.payload, std::string("payload \0 bytes", 15));
+    EXPECT_TRUE(request.bytes.ends_with("</packet>\r\n" + request.payload));
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, ErrorAnswersRaiseTheLowByteAndTheServersText) {
+    struct Case {
+        std::string packet;
+        int code;
+        std::string text;
+    } cases[] = {
+        {ErrorPacket(0, "Успешно?"), 0, "Успешно?"},
+        {ErrorPacket(5, "Файл не найден"), 5, "Файл не найден"},
+        {ErrorPacket(256 + 33, "bad name"), 33, "bad name"},
+    };
+    for (const Case& c : cases) {
+        server.Expect().Reply(c.packet);
+        try {
+            Run("get_x");
+            ADD_FAILURE() << "no exception for code " << c.code;
+        } catch (const TOstraClientSocketException& e) {
+            EXPECT_EQ(e.Code, c.code);
+            EXPECT_EQ(e.what(), c.text);
+        }
+        EXPECT_FALSE(client.GetBusy());
+    }
+    // An "error" element without a code is success.
+    server.Expect().Reply(R"(<packet><error text="just a note"/><answer ok="1"/></packet>)");
+    EXPECT_EQ(xml::Attr(Run("get_x").answer, "ok"), "1");
+    server.Verify();
+}
+
+// The server demands a login (27, or 283 whose low byte is 27); the exchange logs in with the
+// dialog and sends the same request again, payload included. An info packet during the
+// re-login still refuses a command from OnInfo.
+TEST_F(ExchangeTest, LoginDemandLogsInAndResendsTheRequest) {
+    for (int code : {27, 283}) {
+        test::ScriptedServer srv;
+        TOstraDbProtocol c;
+        srv.PointAt(c);
+        int dialogs = 0;
+        c.SetLoginDialog([&](TOstraDbProtocol&, TLoginDialogData& data) {
+            ++dialogs;
+            data.User = "Иван";
+            data.Password = "secret";
+            return ldrOk;
+        });
+        int busyCode = -1;
+        c.OnInfo = [&](TOstraDbProtocol& sender, pugi::xml_node) {
+            try {
+                detail::Request(sender, "nested").Exchange();
+            } catch (const TOstraClientSocketException& e) {
+                busyCode = e.Code;
+            }
+        };
+        srv.Expect("put_file").Reply(ErrorPacket(code, "session expired"));
+        srv.Expect("generate_auth_value")
+            .Reply(InfoPacket())
+            .Reply(AnswerPacket(R"(result="abc")"));
+        srv.Expect("login").Reply(AnswerPacket(R"(rights="3")"));
+        srv.Expect("put_file").Reply(AnswerPacket(R"(stored="yes")"));
+
+        std::istringstream data("file body");
+        detail::Request req(c, "put_file");
+        EXPECT_EQ(xml::Attr(req.Exchange(&data).answer, "stored"), "yes") << code;
+        EXPECT_EQ(dialogs, 1);
+        EXPECT_EQ(busyCode, ecProtocolBusy);
+        EXPECT_EQ(srv.Request(2).Attr("user"), "Иван");
+        EXPECT_EQ(srv.Request(2).Attr("pass"), "9085edf5ba6aadafb9320b0a9c9b7c22");
+        EXPECT_EQ(srv.Request(3).bytes, srv.Request(0).bytes);
+        EXPECT_EQ(srv.Request(3).payload, "file body");
+        EXPECT_EQ(c.GetUserRights(), (TUserRights{urView, urChangeData}));
+        EXPECT_FALSE(c.GetLoginCanceled());
+        EXPECT_FALSE(c.GetBusy());
+        srv.Verify();
+    }
+}
+
+TEST_F(ExchangeTest, CancelledLoginEndsTheRequestQuietly) {
+    client.SetLoginDialog([](TOstraDbProtocol&, TLoginDialogData&) { return ldrCancel; });
+    server.Expect().Reply(ErrorPacket(27, "log in"));
+    const detail::Answer ans = Run("get_x");
+    EXPECT_TRUE(client.GetLoginCanceled());
+    EXPECT_TRUE(client.GetUserRights().Empty());
+    EXPECT_EQ(xml::Attr(ans.Root().child("error"), "code"), "27");
+    EXPECT_EQ(server.RequestCount(), 1u);
+    EXPECT_FALSE(client.GetBusy());
+    // The next request starts with the flag cleared.
+    server.Expect().Reply(AnswerPacket());
+    Run("get_x");
+    EXPECT_FALSE(client.GetLoginCanceled());
+    server.Verify();
+}
+
+// The connection breaks at different points; the exchange reconnects once and sends the
+// request again (reading the new answer from scratch), and a second break is raised.
+TEST_F(ExchangeTest, BrokenConnectionIsReopenedOnceAndTheRequestResent) {
+    struct Case {
+        const char* name;
+        std::function<void(test::ScriptedServer&)> script;
+        bool succeeds;
+    } cases[] = {
+        {"dropped before answering",
+         [](test::ScriptedServer& s) { s.Expect().Drop().Expect().Reply(AnswerPacket("r=\"2\"")); },
+         true},
+        {"dropped in the middle of the answer",
+         [](test::ScriptedServer& s) {
+             s.Expect()
+                 .Send(WirePacket(AnswerPacket("r=\"1\"")).substr(0, 12))
+                 .Drop()
+                 .Expect()
+                 .Reply(AnswerPacket("r=\"2\""));
+         },
+         true},
+        {"dropped again after the reconnect",
+         [](test::ScriptedServer& s) { s.Expect().Drop().Expect().Drop(); }, false},
+    };
+    for (const Case& c : cases) {
+        test::ScriptedServer srv;
+        TOstraDbProtocol cl;
+        srv.PointAt(cl);
+        c.script(srv);
+        if (c.succeeds) {
+            detail::Request req(cl, "get_x");
+            EXPECT_EQ(xml::Attr(req.Exchange().answer, "r"), "2") << c.name;
+            EXPECT_EQ(srv.Request(1).bytes, srv.Request(0).bytes) << c.name;
+        } else {
+            detail::Request req(cl, "get_x");
+            EXPECT_THROW(req.Exchange(), ESocketError) << c.name;
+        }
+        EXPECT_EQ(srv.Connections(), 2) << c.name;
+        EXPECT_FALSE(cl.GetBusy());
+        srv.Verify();
+    }
+}
+
+TEST_F(ExchangeTest, ConnectionClosedBetweenRequestsIsReopened) {
+    server.Expect().Reply(AnswerPacket()).Drop();
+    server.Expect().Reply(AnswerPacket(R"(second="1")"));
+    Run("a");
+    EXPECT_EQ(xml::Attr(Run("b").answer, "second"), "1");
+    EXPECT_EQ(server.Request(1).Cmd(), "b");
+    EXPECT_EQ(server.Connections(), 2);
+    server.Verify();
+}
+
+// The stream to send breaks off while the connection stays up: the user is told, and the
+// exchange goes on to read the answer. Without a message box the text goes to standard error.
+TEST_F(ExchangeTest, FailureWithTheConnectionUpGoesToTheMessageBox) {
+    std::vector<std::string> shown;
+    client.SetMessageBox([&](const std::string& text) { shown.push_back(text); });
+    server.ExpectHeadOnly().Reply(AnswerPacket(R"(ok="1")"));
+    GeneratedBuf broken(1000, 0);
+    std::istream data(&broken);
+    EXPECT_EQ(xml::Attr(Run("put_file", &data).answer, "ok"), "1");
+    EXPECT_EQ(shown, (std::vector<std::string>{"Reading the data to send failed"}));
+    EXPECT_EQ(server.Request(0).Attr("cmd"), "put_file");
+    server.Verify();
+
+    test::ScriptedServer srv;
+    TOstraDbProtocol c;
+    srv.PointAt(c);
+    srv.ExpectHeadOnly().Reply(AnswerPacket());
+    GeneratedBuf broken2(1000, 300);
+    std::istream data2(&broken2);
+    ::testing::internal::CaptureStderr();
+    detail::Request(c, "put_file").Exchange(&data2);
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+              "The data to send ended after 300 of 1000 bytes\n");
+    srv.Verify();
+}
+
+// Bad answers raise, clear the busy flag, and leave exactly the payload bytes that arrived.
+TEST_F(ExchangeTest, BadAnswersRaiseClearly) {
+    struct Case {
+        const char* name;
+        std::function<void(test::ScriptedServer&)> script;
+        std::function<void(const std::exception&)> check;
+        std::string streamed;
+        bool connected;  // the connection afterwards
+    } cases[] = {
+        {"malformed XML", [](auto& s) { s.Expect().Send("<packet><answer></packet>\r\n"); },
+         [](const std::exception& e) { EXPECT_NE(dynamic_cast<const EXmlError*>(&e), nullptr); },
+         "", true},
+        {"payload size not a number",
+         [](auto& s) { s.Expect().Reply(R"(<packet bin_data_size="12x"></packet>)"); },
+         [](const std::exception& e) {
+             EXPECT_NE(dynamic_cast<const EConvertError*>(&e), nullptr);
+         },
+         "", true},
+        {"negative payload size",
+         [](auto& s) { s.Expect().Reply(R"(<packet bin_data_size="-5"></packet>)"); },
+         [](const std::exception& e) {
+             EXPECT_NE(std::string(e.what()).find("-5 bytes"), std::string::npos);
+         },
+         "", true},
+        {"connection closed inside the payload",
+         [](auto& s) {
+             s.Expect().Send(WirePacket(PayloadPacket(100)) + "abc").Send("defg").Drop();
+         },
+         [](const std::exception& e) {
+             EXPECT_NE(dynamic_cast<const ESocketError*>(&e), nullptr);
+             EXPECT_NE(std::string(e.what()).find("7 of 100"), std::string::npos) << e.what();
+         },
+         "abcdefg", false},
+        {"answer that never ends",
+         [](auto& s) { s.Expect().Send(std::string(3000, ' ')).StallUntilClosed(); },
+         [](const std::exception& e) {
+             EXPECT_NE(std::string(e.what()).find("exceeds 2048 bytes"), std::string::npos);
+         },
+         "", false},
+        {"answer that never comes", [](auto& s) { s.Expect().StallUntilClosed(); },
+         [](const std::exception& e) {
+             EXPECT_NE(dynamic_cast<const ETimeoutError*>(&e), nullptr);
+         },
+         "", false},
+    };
+    for (const Case& c : cases) {
+        test::ScriptedServer srv;
+        TOstraDbProtocol cl;
+        srv.PointAt(cl);
+        cl.SetMaxAnswerSize(2048);
+        cl.SetReadTimeout(300ms);
+        c.script(srv);
+        std::ostringstream out;
+        try {
+            detail::Request(cl, "get_file_contents").Exchange(nullptr, &out);
+            ADD_FAILURE() << c.name << ": no exception";
+        } catch (const std::exception& e) {
+            SCOPED_TRACE(c.name);
+            c.check(e);
+        }
+        EXPECT_EQ(out.str(), c.streamed) << c.name;
+        EXPECT_FALSE(cl.GetBusy()) << c.name;
+        EXPECT_EQ(cl.Connected(), c.connected) << c.name;
+        srv.Verify();
+    }
+}
+
+TEST_F(ExchangeTest, RawPacketTextAndItsAnswer) {
+    server.Expect("get_x").Reply(AnswerPacket(R"(name="Скважина")"));
+    const std::string packet = "<packet version=\"1\"><command cmd=\"get_x\"/></packet>\r\n";
+    EXPECT_EQ(client.SendCmdToServer(packet), 0);
+    EXPECT_EQ(client.GetAnswer(), "<packet><answer name=\"Скважина\"/></packet>\r\n");
+    EXPECT_EQ(server.Request(0).bytes, packet);
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, TraceSeesEveryPacketWithThePasswordMasked) {
+    std::vector<std::string> trace;
+    client.SetPacketTrace([&](bool request, std::string_view text) {
+        trace.push_back((request ? "> " : "< ") + std::string(text));
+    });
+    server.Expect().Reply(AnswerPacket(R"(result="r")"));
+    server.Expect().Reply(AnswerPacket(R"(rights="1")"));
+    client.SendLoginCommand("u", "p");
+    ASSERT_EQ(trace.size(), 4u);
+    EXPECT_NE(trace[0].find("generate_auth_value"), std::string::npos);
+    EXPECT_NE(trace[2].find(R"(cmd="login" user="u" pass="***")"), std::string::npos) << trace[2];
+    EXPECT_EQ(trace[3], "< " + AnswerPacket(R"(rights="1")") + "\r\n");
+    EXPECT_NE(server.Request(1).Attr("pass"), "***");
+    server.Verify();
+}
+
+}  // namespace
+}  // namespace ostradb

@@ -1,0 +1,112 @@
+#include "protocol/packet_reader.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "ostradb/util/exceptions.hpp"
+#include "protocol/wire.hpp"
+
+namespace ostradb {
+namespace {
+
+const std::string kA = "<packet><answer a=\"1\"/></packet>\r\n";
+const std::string kB = "<packet type=\"info\"></packet>\r\n";
+
+// Feeds text in pieces of the given size and collects every packet handed out.
+std::vector<std::string> FeedInPieces(PacketReader& reader, const std::string& text,
+                                      std::size_t piece) {
+    std::vector<std::string> packets;
+    std::string packet;
+    for (std::size_t i = 0; i < text.size(); i += piece) {
+        reader.Feed(std::string_view(text).substr(i, piece));
+        while (reader.Next(packet))
+            packets.push_back(packet);
+    }
+    return packets;
+}
+
+TEST(PacketReader, AssemblesPacketsWhateverTheSegmentSizes) {
+    const std::string stream = kA + kB + kA + "PAYLOAD";
+    for (std::size_t piece : {1u, 2u, 5u, 10u, 11u, 12u, 33u, 1000u}) {
+        PacketReader reader;
+        const auto packets = FeedInPieces(reader, stream, piece);
+        ASSERT_EQ(packets.size(), 3u) << "piece " << piece;
+        EXPECT_EQ(packets[0], kA);
+        EXPECT_EQ(packets[1], kB);
+        EXPECT_EQ(packets[2], kA);
+        EXPECT_EQ(reader.Pending(), "PAYLOAD") << "piece " << piece;
+    }
+}
+
+TEST(PacketReader, NeedsTheLineBreakAfterTheClosingTag) {
+    PacketReader reader;
+    std::string packet;
+    reader.Feed("<packet></packet>\r");
+    EXPECT_FALSE(reader.Next(packet));
+    reader.Feed("x</packet>\n</packet>\r\nrest");
+    ASSERT_TRUE(reader.Next(packet));
+    EXPECT_EQ(packet, "<packet></packet>\rx</packet>\n</packet>\r\n");
+    EXPECT_EQ(reader.Pending(), "rest");
+    reader.Consume(2);
+    EXPECT_EQ(reader.Pending(), "st");
+    reader.Clear();
+    EXPECT_TRUE(reader.Pending().empty());
+}
+
+TEST(PacketReader, RefusesAPacketLongerThanTheCap) {
+    PacketReader reader(64);
+    std::string packet;
+    reader.Feed(std::string(64, 'x'));
+    EXPECT_FALSE(reader.Next(packet));  // at the cap, still waiting
+    reader.Feed("y");
+    EXPECT_THROW(reader.Next(packet), Error);
+
+    // A terminator arriving past the cap does not make the packet acceptable.
+    PacketReader late(20);
+    late.Feed(std::string(15, 'x') + "</packet>\r\n");
+    EXPECT_THROW(late.Next(packet), Error);
+    // Exactly at the cap is fine.
+    PacketReader exact(kA.size());
+    exact.Feed(kA + "more bytes after it");
+    ASSERT_TRUE(exact.Next(packet));
+    EXPECT_EQ(packet, kA);
+}
+
+TEST(Wire, EncodesRequestsInWindows1251WithCrLf) {
+    pugi::xml_document doc;
+    pugi::xml_node packet = doc.append_child("packet");
+    packet.append_attribute("name") = "Скв. №1";
+    const std::string text = wire::EncodePacket(doc);
+    EXPECT_EQ(text, "<packet name=\"\xD1\xEA\xE2. \xB9\x31\" />\r\n");
+    EXPECT_EQ(wire::DecodeText(text), "<packet name=\"Скв. №1\" />\r\n");
+    EXPECT_THROW(wire::EncodeText("ok \xE2\x82\xAC\xE2\x98\x83"), EEncodingError);  // snowman
+}
+
+TEST(Wire, ParsesPacketsAndRefusesEmptyOrBrokenOnes) {
+    pugi::xml_document doc;
+    wire::ParsePacket("<packet><answer/></packet>\r\n", doc);
+    EXPECT_STREQ(doc.document_element().name(), "packet");
+    EXPECT_THROW(wire::ParsePacket("<packet><answer></packet>\r\n", doc), EXmlError);
+    try {
+        wire::ParsePacket("<?xml version=\"1.0\"?>\r\n", doc);
+        FAIL() << "no root accepted";
+    } catch (const EXmlError&) {
+        FAIL() << "no root is not a syntax error";
+    } catch (const Error& e) {
+        EXPECT_STREQ(e.what(), "Не удалось считать данные ответа сервера!");
+    }
+}
+
+TEST(Wire, MasksOnlyTheLoginPassword) {
+    EXPECT_EQ(wire::MaskPassword(R"(<command cmd="login" user="u" pass="abc123" />)"),
+              R"(<command cmd="login" user="u" pass="***" />)");
+    EXPECT_EQ(wire::MaskPassword(R"(<command cmd="login" bypass="1" pass="x" />)"),
+              R"(<command cmd="login" bypass="1" pass="***" />)");
+    const std::string other = R"(<command cmd="set_user" pass="keep" />)";
+    EXPECT_EQ(wire::MaskPassword(other), other);
+}
+
+}  // namespace
+}  // namespace ostradb

@@ -1,0 +1,135 @@
+// Where the session connects: address prefixes of file names, host and port changes, connect
+// failures, and the process-wide client.
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "exchange_fixture.hpp"
+#include "ostradb/util/string_list.hpp"
+
+namespace ostradb {
+namespace {
+
+using test::AnswerPacket;
+
+TEST(CheckFileName, CutsPrefixesInOrderAndSwitchesToTheNamedServer) {
+    struct Case {
+        const char* name;
+        const char* result;
+        const char* host;  // after the check; the client starts at "start", 1000
+        int port;
+    } cases[] = {
+        {"WSTP://DIRECT:/HOST:srv1//PORT:5000/D:\\data\\a.ws", "D:\\data\\a.ws", "srv1", 5000},
+        {"D:\\data\\a.ws", "D:\\data\\a.ws", "start", 1000},
+        {"wstp://direct:/HOST:abc", "bc", "start", 1000},
+        {"/PORT:x/a.ws", "a.ws", "start", 1000},
+        {"/port:7000/a.ws", "a.ws", "start", 1000},
+        {"wstp:///host:Srv2/a.ws", "a.ws", "Srv2", 22344},
+        {"/HOST:h//PORT:abc/f.ws", "f.ws", "h", 22344},
+        // Each prefix is tried once, in its turn.
+        {"DIRECT:WSTP://a.ws", "WSTP://a.ws", "start", 1000},
+        {"/HOST:h/PORT:77/f.ws", "PORT:77/f.ws", "h", 22344},
+        {"WSTP://WSTP://a.ws", "WSTP://a.ws", "start", 1000},
+    };
+    for (const Case& c : cases) {
+        TOstraDbProtocol client;
+        client.SetHostPort("start", 1000);
+        EXPECT_EQ(client.CheckFileName(c.name), c.result) << c.name;
+        EXPECT_EQ(client.GetHost(), c.host) << c.name;
+        EXPECT_EQ(client.GetPort(), c.port) << c.name;
+    }
+}
+
+TEST(CheckFileName, ReducesEveryLineOfAList) {
+    TOstraDbProtocol client;
+    TStringList names;
+    names.Add("WSTP://DIRECT:/HOST:s//PORT:12/a.ws");
+    names.Add("b.ws");
+    client.CheckFileNames(names);
+    EXPECT_EQ(names[0], "a.ws");
+    EXPECT_EQ(names[1], "b.ws");
+    EXPECT_EQ(client.GetHost(), "s");
+    EXPECT_EQ(client.GetPort(), 12);
+}
+
+TEST_F(ExchangeTest, SameHostAndPortKeepTheConnectionOthersReconnect) {
+    EXPECT_TRUE(client.GetNeedReconnect());  // a new client connects on its first request
+    server.Expect().Reply(AnswerPacket());
+    Run("a");
+    EXPECT_TRUE(client.Connected());
+    EXPECT_FALSE(client.GetNeedReconnect());
+
+    server.PointAt(client);
+    EXPECT_TRUE(client.Connected());
+    EXPECT_FALSE(client.GetNeedReconnect());
+
+    client.SetPort(client.GetPort() + 1);
+    EXPECT_FALSE(client.Connected());
+    EXPECT_TRUE(client.GetNeedReconnect());
+
+    // Same place, but not connected: a reconnect is due as well.
+    server.PointAt(client);
+    EXPECT_TRUE(client.GetNeedReconnect());
+    server.Expect().Reply(AnswerPacket());
+    Run("b");
+    EXPECT_EQ(server.Connections(), 2);
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, HostPortGuardRestoresTheServerOnEveryWayOut) {
+    server.Expect().Reply(AnswerPacket());
+    Run("a");
+    try {
+        detail::HostPortGuard guard(client);
+        EXPECT_EQ(client.CheckFileName("WSTP:///HOST:elsewhere//PORT:1/a.ws"), "a.ws");
+        EXPECT_EQ(client.GetHost(), "elsewhere");
+        throw std::runtime_error("the command failed");
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost);
+    EXPECT_EQ(client.GetPort(), server.Port());
+    server.Expect().Reply(AnswerPacket());
+    Run("b");
+    EXPECT_EQ(server.Connections(), 2);
+    server.Verify();
+}
+
+TEST(Connect, FailureNamesTheHostInQuotes) {
+    // A port that was free a moment ago: nothing listens there.
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof addr;
+    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+    ASSERT_EQ(::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len), 0);
+    ::close(fd);
+
+    TOstraDbProtocol client;
+    client.SetHostPort("127.0.0.1", ntohs(addr.sin_port));
+    try {
+        detail::Request(client, "get_x").Exchange();
+        FAIL() << "connected to nothing";
+    } catch (const EConnectError& e) {
+        EXPECT_TRUE(std::string(e.what()).starts_with(
+            "Невозможно подключится к серверу OstraDB на компьютере \"127.0.0.1\".\n"
+            "Возможно, компьютер отключен или на нём не запущен OstraDB"))
+            << e.what();
+    }
+    EXPECT_FALSE(client.GetBusy());
+    EXPECT_FALSE(client.Connected());
+}
+
+TEST(OstraDbProtocol, ProcessWideClientIsCreatedOnce) {
+    TOstraDbProtocol& first = OstraDbProtocol();
+    EXPECT_TRUE(OstraDbProtocolInitialized());
+    EXPECT_EQ(&OstraDbProtocol(), &first);
+    EXPECT_EQ(first.GetHost(), "localhost");
+    EXPECT_EQ(first.GetPort(), 22344);
+    EXPECT_EQ(first.GetConnectTimeout(), 60000);
+    EXPECT_FALSE(first.Connected());
+}
+
+}  // namespace
+}  // namespace ostradb

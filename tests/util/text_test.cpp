@@ -1,0 +1,162 @@
+#include "ostradb/util/text.hpp"
+
+#include <gtest/gtest.h>
+#include <unicode/coll.h>
+#include <unicode/locid.h>
+#include <unicode/unistr.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace ostradb {
+namespace {
+
+icu::UnicodeString U(std::string_view s) {
+    return icu::UnicodeString::fromUTF8(icu::StringPiece(s.data(), int32_t(s.size())));
+}
+
+int Sign(int v) {
+    return (v > 0) - (v < 0);
+}
+
+// Random texts built from pieces that stress the fast paths: ASCII, simple Cyrillic, letters
+// that fold to several (ß) or to ASCII (Kelvin sign), and malformed bytes.
+std::vector<std::string> RandomTexts(std::vector<std::string> pieces, int count) {
+    std::mt19937 random(7);
+    std::vector<std::string> texts;
+    for (int i = 0; i < count; ++i) {
+        std::string text;
+        for (std::size_t n = random() % 6; n > 0; --n)
+            text += pieces[random() % pieces.size()];
+        texts.push_back(text);
+    }
+    return texts;
+}
+
+TEST(Text, SameTextAndStartsTextFoldCase) {
+    // a, b, SameText(a, b), StartsText(a, b)
+    const std::tuple<const char*, const char*, bool, bool> cases[] = {
+        {"", "", true, true},
+        {"Скв_12.ws", "СКВ_12.WS", true, true},
+        {"Ёлка", "ёЛКА", true, true},
+        {"ёлка", "елка", false, false},
+        {"ЎЇЄЅЏЂ", "ўїєѕџђ", true, true},
+        {"A", "А", false, false},  // Latin against Cyrillic
+        {"straß", "STRASSE 12", false, true},
+        {"скв", "СКВАЖИНА", false, true},
+        {"скважина", "СКВ", false, false},
+        {"ΣΑΣ", "σας", true, true},
+    };
+    for (const auto& [a, b, same, starts] : cases) {
+        EXPECT_EQ(SameText(a, b), same) << a << " / " << b;
+        EXPECT_EQ(SameText(b, a), same) << b << " / " << a;
+        EXPECT_EQ(StartsText(a, b), starts) << a << " / " << b;
+    }
+}
+
+TEST(Text, SameTextAndStartsTextAgreeWithIcuFolding) {
+    const auto texts =
+        RandomTexts({"a", "A", "s", "S", "ss", "ß", "k", "\u212A", "я", "Я", "ё",    "Ё",   "е",
+                     "ѐ", "Ѐ", "ї", "Ї", "ґ",  "Ґ", "Σ", "ς",      "1", "_", "\xD0", "\xFF"},
+                    500);
+    std::vector<icu::UnicodeString> folded;
+    for (const std::string& text : texts)
+        folded.push_back(U(text).foldCase(U_FOLD_CASE_DEFAULT));
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        for (std::size_t j = 0; j < texts.size(); ++j) {
+            const std::string& a = texts[i];
+            const std::string& b = texts[j];
+            ASSERT_EQ(SameText(a, b), folded[i] == folded[j]) << a << " / " << b;
+            ASSERT_EQ(StartsText(a, b), folded[j].startsWith(folded[i])) << a << " / " << b;
+        }
+    }
+}
+
+TEST(Text, CompareTextOrder) {
+    // Each entry sorts before the next one; entries in one group compare equal.
+    const std::vector<std::vector<const char*>> order = {
+        {""},     {"12"},           {"12a", "12A"}, {"N105", "n105"}, {"zeta"}, {"ёлка"},
+        {"Елки"}, {"Ёлки", "ЁЛКИ"}, {"Ель"},        {"скв", "СКВ"},   {"Скв_1"}};
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        for (std::size_t j = 0; j < order.size(); ++j) {
+            for (const char* a : order[i]) {
+                for (const char* b : order[j]) {
+                    EXPECT_EQ(Sign(CompareText(a, b)), (i > j) - (i < j)) << a << " / " << b;
+                }
+            }
+        }
+    }
+    EXPECT_LT(CompareStr("B", "a"), 0);
+    EXPECT_GT(CompareStr("\xD0\x90", "z"), 0);
+    EXPECT_EQ(CompareStr("abc", "abc"), 0);
+}
+
+// The ASCII fast path must order exactly as the collator does.
+TEST(Text, CompareTextAgreesWithIcuCollator) {
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::Collator> collator(
+        icu::Collator::createInstance(icu::Locale::getRoot(), status));
+    ASSERT_TRUE(U_SUCCESS(status));
+    collator->setStrength(icu::Collator::SECONDARY);
+    std::vector<std::string> pieces;
+    for (int c = 0; c < 128; ++c)
+        pieces.emplace_back(1, char(c));
+    for (const char* p : {"Ё", "е", "ß", "Я"})
+        pieces.emplace_back(p);
+    const auto texts = RandomTexts(pieces, 600);
+    for (const std::string& a : texts) {
+        for (const std::string& b : texts) {
+            const int expected = collator->compareUTF8(a, b, status);
+            ASSERT_EQ(Sign(CompareText(a, b)), Sign(expected)) << a << " / " << b;
+        }
+    }
+}
+
+TEST(Text, UpperAndLowerCaseUseTheRootLocale) {
+    // text, upper case, lower case
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"", "", ""},
+        {"Mixed Ёж and Ї", "MIXED ЁЖ AND Ї", "mixed ёж and ї"},
+        {"straße", "STRASSE", "straße"},
+        {"ΣΑΣ", "ΣΑΣ", "σας"},
+        {"istanbul ї", "ISTANBUL Ї", "istanbul ї"},  // no dotted or dotless i
+        {"ISTANBUL Ї", "ISTANBUL Ї", "istanbul ї"},
+    };
+    const icu::Locale previous = icu::Locale::getDefault();
+    UErrorCode status = U_ZERO_ERROR;
+    icu::Locale::setDefault(icu::Locale("tr"), status);
+    for (const auto& [text, upper, lower] : cases) {
+        EXPECT_EQ(UpperCase(text), upper);
+        EXPECT_EQ(LowerCase(text), lower);
+    }
+    icu::Locale::setDefault(previous, status);
+}
+
+TEST(Text, TrimAndCount) {
+    EXPECT_EQ(Trim(" \t\r\n Скв 12 \x01"), "Скв 12");
+    EXPECT_EQ(TrimLeft("  a b  "), "a b  ");
+    EXPECT_EQ(TrimRight("  a b  "), "  a b");
+    EXPECT_EQ(Trim("\xC2\xA0x\xC2\xA0"), "\xC2\xA0x\xC2\xA0");  // no-break space is text
+    EXPECT_EQ(Trim("   "), "");
+    EXPECT_EQ(CodePointCount(""), 0u);
+    EXPECT_EQ(CodePointCount("Скважина №12 € 日本 😀"), 19u);
+    EXPECT_EQ(CodePointCount("абвгдежзийклмноп"), 16u);
+    EXPECT_EQ(CodePointCount("\xD0\xD0\x80\x80z"), 3u);
+}
+
+TEST(Text, MalformedUtf8IsHandledWithoutHarm) {
+    for (const char* bad : {"\xD0", "\xFF\xFE", "a\xE2\x82", "\x80\x80\x80", "Ё\xED\xA0\x80"}) {
+        EXPECT_TRUE(SameText(bad, bad));
+        EXPECT_EQ(CompareText(bad, bad), 0);
+        EXPECT_TRUE(StartsText(bad, bad));
+        EXPECT_FALSE(UpperCase(bad).empty());
+        EXPECT_FALSE(LowerCase(bad).empty());
+    }
+}
+
+}  // namespace
+}  // namespace ostradb
