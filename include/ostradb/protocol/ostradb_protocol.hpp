@@ -21,6 +21,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <pugixml.hpp>
 
@@ -39,6 +40,10 @@ class PacketReader;
 namespace detail {
 class Connection;
 }
+
+// A path of level identifiers from the top of a database's hierarchy, and other lists of
+// integers that commands take.
+using TIntegerArray = std::vector<std::int32_t>;
 
 // Handler of the intermediate "info" packets of a request; XML is the packet's root element.
 // It runs on the requesting thread inside the exchange; whatever it throws is swallowed, and a
