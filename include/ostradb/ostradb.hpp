@@ -11,6 +11,7 @@
 #include "ostradb/model/trunks.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
 #include "ostradb/protocol/errors.hpp"
+#include "ostradb/protocol/level_commands.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
