@@ -26,6 +26,7 @@
 #include <pugixml.hpp>
 
 #include "ostradb/export.hpp"
+#include "ostradb/protocol/catalog_commands.hpp"
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
@@ -203,6 +204,42 @@ public:
     // ---- Files (src/protocol/file_commands.cpp) -------------------------------------------
 
     // ---- Database catalog and server jobs (src/protocol/catalog_commands.cpp) -------------
+
+    // The databases of the server. With WithStructs, then each database's structure, one
+    // request per database in list order; a failure ends the loop and keeps what was read.
+    void RequestDatabasesListEx(TDatabasesList& List, bool WithStructs);
+    // RequestDatabasesListEx with the structures.
+    void RequestDatabasesList(TDatabasesList& List);
+    void RequestDbStruct(std::int32_t DbId, TDbStruct& Struct);
+    // Rebuilds Databases from the server: the list with structures, then for each database
+    // its structure once more, into the database and as its default logical structure.
+    void RequestDatabases(TDatabases& Databases);
+
+    // The commands with progress install Handler on OnInfo for their request and always clear
+    // it afterwards. Only AddDatabase and ReloadBadFilesWithProgress tell the server that
+    // progress packets are welcome, and only when a handler is given.
+    // Returns the new database's identifier.
+    std::int32_t AddDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
+    void UpdateDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
+    void DeleteDatabase(std::int32_t DbId);
+
+    void RequestVTableList(TVTables& VTables);
+    void RequestVTableOptions(TVTableOptions& Options);
+    // Merging of virtual tables: start, poll (Percent from 0 to 100), stop.
+    void MergeVTableDB(std::int32_t DbId, bool UseDelete, bool FailNoConnect);
+    void RequestMergeVTableStatus(std::int32_t DbId, double& Percent);
+    void RequestMergeVTableFullStatus(std::int32_t DbId, double& Percent, std::string& ResultText);
+    void StopMergeVTableDB(std::int32_t DbId);
+
+    void ReloadDatabaseStruct(std::int32_t DbId);
+    // Reloads the files of the database that failed to load.
+    void ReloadBadFiles(std::int32_t DbId);
+    void ReloadBadFilesWithProgress(std::int32_t DbId, TInfoPacketEvent Handler);
+    void DeleteUnusedLevels(std::int32_t DbId);
+
+    // The server-side well-file program: where it lies, and starting it with a command line.
+    void RequestWFExePath(std::string& Path);
+    void StartWFOstra(const std::string& CommandLine);
 
     // ---- Levels, filters and columns (src/protocol/level_commands.cpp) --------------------
 
