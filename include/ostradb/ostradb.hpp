@@ -12,6 +12,7 @@
 #include "ostradb/protocol/catalog_commands.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
 #include "ostradb/protocol/errors.hpp"
+#include "ostradb/protocol/file_commands.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
