@@ -70,7 +70,7 @@ public:
     void Clear() { Items.Clear(); }
 
     // Clears, then reads one item per child named exactly "curve"; other children are
-    // skipped. A failed item leaves the items read before it.
+    // skipped. A failed read leaves the items read so far, the failing one included.
     void ReadFromXml(pugi::xml_node node);
 };
 
