@@ -208,53 +208,71 @@ struct SetterTraits<void (C::*)(A)> {
 template <class C, class A>
 struct SetterTraits<void (C::*)(A) noexcept> : SetterTraits<void (C::*)(A)> {};
 
+// The accessors of a property as static member functions of a class template rather than
+// lambdas: GCC gives lambdas inside function templates a weak external symbol even when the
+// template arguments are local to one source file, so two files declaring a same-named local
+// class would share (and mix up) their accessors.
+template <class V, class Get, class Put>
+struct Thunks {
+    static std::int64_t GetOrdinal(const Persistent& o) { return ToOrdinal<V>(Get{}(o)); }
+    static void SetOrdinal(Persistent& o, std::int64_t v) { Put{}(o, FromOrdinal<V>(v)); }
+    static double GetFloat(const Persistent& o) { return static_cast<double>(Get{}(o)); }
+    static void SetFloat(Persistent& o, double v) { Put{}(o, static_cast<V>(v)); }
+    static std::string GetString(const Persistent& o) { return std::string(Get{}(o)); }
+    static void SetString(Persistent& o, std::string_view v) { Put{}(o, std::string(v)); }
+    static Variant GetVariant(const Persistent& o) { return Variant(Get{}(o)); }
+    static void SetVariant(Persistent& o, const Variant& v) { Put{}(o, v); }
+    static Persistent* GetObject(const Persistent& o) { return ObjectOf<V>(Get{}(o)); }
+};
+
 // Fills the accessors of p for a value type V from a get and a set function on objects.
 template <class V, class Get, class Put>
 void Bind(PropInfo& p, Get, Put) {
+    using T = Thunks<V, Get, Put>;
     constexpr PropKind kind = KindOf<V>();
+    constexpr bool settable = !std::is_same_v<Put, std::nullptr_t>;
     p.kind = kind;
     if constexpr (kind == PropKind::Enumeration || kind == PropKind::Char ||
                   kind == PropKind::Set || kind == PropKind::Int64 || kind == PropKind::Integer) {
-        p.getOrdinal = [](const Persistent& o) { return ToOrdinal<V>(Get{}(o)); };
-        if constexpr (!std::is_same_v<Put, std::nullptr_t>)
-            p.setOrdinal = [](Persistent& o, std::int64_t v) { Put{}(o, FromOrdinal<V>(v)); };
+        p.getOrdinal = &T::GetOrdinal;
+        if constexpr (settable) p.setOrdinal = &T::SetOrdinal;
     } else if constexpr (kind == PropKind::Float) {
         p.single = sizeof(V) == sizeof(float);
-        p.getFloat = [](const Persistent& o) { return static_cast<double>(Get{}(o)); };
-        if constexpr (!std::is_same_v<Put, std::nullptr_t>)
-            p.setFloat = [](Persistent& o, double v) { Put{}(o, static_cast<V>(v)); };
+        p.getFloat = &T::GetFloat;
+        if constexpr (settable) p.setFloat = &T::SetFloat;
     } else if constexpr (kind == PropKind::String) {
-        p.getString = [](const Persistent& o) { return std::string(Get{}(o)); };
-        if constexpr (!std::is_same_v<Put, std::nullptr_t>)
-            p.setString = [](Persistent& o, std::string_view v) { Put{}(o, std::string(v)); };
+        p.getString = &T::GetString;
+        if constexpr (settable) p.setString = &T::SetString;
     } else if constexpr (kind == PropKind::Variant) {
-        p.getVariant = [](const Persistent& o) { return Variant(Get{}(o)); };
-        if constexpr (!std::is_same_v<Put, std::nullptr_t>)
-            p.setVariant = [](Persistent& o, const Variant& v) { Put{}(o, v); };
+        p.getVariant = &T::GetVariant;
+        if constexpr (settable) p.setVariant = &T::SetVariant;
     } else {
-        p.getObject = [](const Persistent& o) { return ObjectOf<V>(Get{}(o)); };
+        p.getObject = &T::GetObject;
     }
 }
 
-template <auto M>
+// Each accessor names the object's class C as a type argument: GCC decides the linkage of
+// these instantiations by their type arguments only, and a class local to one source file must
+// keep them local to it too.
+template <class C, auto M>
 struct FieldGet {
-    using C = typename FieldTraits<decltype(M)>::Class;
     const auto& operator()(const Persistent& o) const { return static_cast<const C&>(o).*M; }
 };
-template <auto M>
+template <class C, auto M>
 struct FieldPut {
-    using C = typename FieldTraits<decltype(M)>::Class;
     using V = typename FieldTraits<decltype(M)>::Value;
     void operator()(Persistent& o, V v) const { static_cast<C&>(o).*M = std::move(v); }
 };
-template <auto G>
+template <class C, auto M>
+struct FieldRef {
+    static const std::string* Get(const Persistent& o) { return &(static_cast<const C&>(o).*M); }
+};
+template <class C, auto G>
 struct FnGet {
-    using C = typename GetterTraits<decltype(G)>::Class;
     decltype(auto) operator()(const Persistent& o) const { return (static_cast<const C&>(o).*G)(); }
 };
-template <auto S>
+template <class C, auto S>
 struct FnPut {
-    using C = typename SetterTraits<decltype(S)>::Class;
     using V = typename SetterTraits<decltype(S)>::Value;
     void operator()(Persistent& o, V v) const { (static_cast<C&>(o).*S)(std::move(v)); }
 };
@@ -265,26 +283,25 @@ struct FnPut {
 // objects, unique_ptr to them) are filled in place and need no setter.
 template <auto Member>
 PropInfo Prop(const char* name) {
+    using C = typename detail::FieldTraits<decltype(Member)>::Class;
     using V = typename detail::FieldTraits<decltype(Member)>::Value;
     PropInfo p;
     p.name = name;
-    detail::Bind<V>(p, detail::FieldGet<Member>{}, detail::FieldPut<Member>{});
-    if constexpr (std::is_same_v<V, std::string>) {
-        p.refString = [](const Persistent& o) {
-            return &(static_cast<const typename detail::FieldTraits<decltype(Member)>::Class&>(o).*
-                     Member);
-        };
-    }
+    detail::Bind<V>(p, detail::FieldGet<C, Member>{}, detail::FieldPut<C, Member>{});
+    if constexpr (std::is_same_v<V, std::string>) p.refString = &detail::FieldRef<C, Member>::Get;
     return p;
 }
 
 // A property read and written through member functions: V Get() const and void Set(V).
 template <auto Getter, auto Setter>
 PropInfo Prop(const char* name) {
+    using C = typename detail::GetterTraits<decltype(Getter)>::Class;
     using V = typename detail::GetterTraits<decltype(Getter)>::Value;
     PropInfo p;
     p.name = name;
-    detail::Bind<V>(p, detail::FnGet<Getter>{}, detail::FnPut<Setter>{});
+    detail::Bind<V>(
+        p, detail::FnGet<C, Getter>{},
+        detail::FnPut<typename detail::SetterTraits<decltype(Setter)>::Class, Setter>{});
     return p;
 }
 
@@ -292,18 +309,26 @@ PropInfo Prop(const char* name) {
 // it is an object, which is filled in place.
 template <auto Getter>
 PropInfo PropReadOnly(const char* name) {
+    using C = typename detail::GetterTraits<decltype(Getter)>::Class;
     using V = typename detail::GetterTraits<decltype(Getter)>::Value;
     PropInfo p;
     p.name = name;
-    detail::Bind<V>(p, detail::FnGet<Getter>{}, nullptr);
+    detail::Bind<V>(p, detail::FnGet<C, Getter>{}, nullptr);
     return p;
 }
+
+namespace detail {
+template <class C, auto Pred>
+struct StoredThunk {
+    static bool Get(const Persistent& o) { return (static_cast<const C&>(o).*Pred)(); }
+};
+}  // namespace detail
 
 template <auto Pred>
 PropInfo PropInfo::StoredIf() const {
     using C = typename detail::GetterTraits<decltype(Pred)>::Class;
     PropInfo p = *this;
-    p.stored = [](const Persistent& o) { return (static_cast<const C&>(o).*Pred)(); };
+    p.stored = &detail::StoredThunk<C, Pred>::Get;
     return p;
 }
 
