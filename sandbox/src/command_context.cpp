@@ -24,8 +24,12 @@ void CommandContext::SendInfo(const std::vector<std::pair<std::string, std::stri
     decl.append_attribute("encoding") = "Windows-1251";
     pugi::xml_node root = doc.append_child("packet");
     root.append_attribute("type") = "info";
-    for (const auto& [name, value] : attrs)
+    // The same on a child: the packet then ends with its closing tag, which frames it.
+    pugi::xml_node info = root.append_child("info");
+    for (const auto& [name, value] : attrs) {
         root.append_attribute(name.c_str()) = value.c_str();
+        info.append_attribute(name.c_str()) = value.c_str();
+    }
     if (sendInfo_) sendInfo_(doc);
 }
 

@@ -39,8 +39,8 @@ Filter ReadFilter(pugi::xml_node node);
 bool Passes(const Filter& filter, const Database& db, const WsFile& file, const WsMeta& meta);
 
 // One search: "databases" (names or ids, comma text; empty or "*": all), "tables" (the file
-// has one of them; empty or "*": any) and "*<name>" conditions, where name is a level type
-// (with or without "%"), a level's display name, or a parameter of the file.
+// has a table matching one of them; empty: no condition) and "*<name>" conditions, where name is a
+// level type (with or without "%"), a level's display name, or a parameter of the file.
 struct SearchRequest {
     std::vector<std::string> databases;
     std::vector<std::string> tables;

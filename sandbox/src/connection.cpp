@@ -41,6 +41,15 @@ bool ParseSize(std::string_view text, std::uint64_t& size) {
     return result.ec == std::errc() && result.ptr == text.data() + text.size() && !text.empty();
 }
 
+// The packet's bytes on the wire. Its text must end with the closing tag and CR LF, which is
+// what frames it: a root written as an empty element tag would run into the next packet.
+std::string PacketBytes(const pugi::xml_document& doc) {
+    std::string bytes = wire::EncodePacket(doc);
+    if (!bytes.ends_with(kPacketTerminator))
+        throw std::logic_error("an answer without its closing tag");
+    return bytes;
+}
+
 pugi::xml_node NewPacket(pugi::xml_document& doc) {
     return xml::NewDocument(doc, wire::kEncoding, "packet");
 }
@@ -211,7 +220,7 @@ private:
         pugi::xml_node root = NewPacket(answer);
         CommandContext ctx(
             command, root.append_child("answer"), session_, server_.store, server_.options, payload,
-            [this](const pugi::xml_document& info) { io_.WriteAll(wire::EncodePacket(info)); });
+            [this](const pugi::xml_document& info) { io_.WriteAll(PacketBytes(info)); });
         spec->handler(ctx);
         if (ctx.answerFile)
             root.append_attribute("bin_data_size") =
@@ -222,12 +231,12 @@ private:
     void Send(pugi::xml_document& answer, AnswerFile* file, const FaultSwitches* faults) {
         std::string bytes;
         try {
-            bytes = wire::EncodePacket(answer);
+            bytes = PacketBytes(answer);
         } catch (const EEncodingError& e) {
             // A name on disk that the wire cannot carry.
             answer.reset();
             SetError(answer, ecInternalError, DbErrCodeToString(ecInternalError) + ": " + e.what());
-            bytes = wire::EncodePacket(answer);
+            bytes = PacketBytes(answer);
             file = nullptr;
         }
         if (faults) {

@@ -33,7 +33,8 @@ void ScanLevel(const fs::path& dir, std::size_t depth, std::size_t levels,
     std::error_code ec;
     for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
         const std::string name = it->path().filename().string();
-        if (name.empty() || name.front() == '.') continue;
+        // Links could lead out of the database; its files are its own folders' only.
+        if (name.empty() || name.front() == '.' || it->is_symlink(ec)) continue;
         const bool isDir = it->is_directory(ec);
         if (depth < levels) {
             if (!isDir) continue;
