@@ -1,0 +1,190 @@
+// Server options, users and rights, the server's log, and adding and deleting databases;
+// what is saved survives a restart of the server.
+
+#include "sandbox/sandbox_fixture.hpp"
+
+namespace ostradb::test {
+namespace {
+
+class AdminTest : public SandboxTest {
+protected:
+    AdminTest() : client(Connect()) {}
+
+    std::string Option(const std::string& name, const std::string& def = {}) {
+        const detail::Answer ans = Call(*client, "get_serv_option", [&](pugi::xml_node c) {
+            c.append_attribute("name") = name.c_str();
+            c.append_attribute("def") = def.c_str();
+        });
+        return ans.answer.attribute("value").value();
+    }
+    std::map<std::string, std::string> Options(const std::vector<std::string>& masks) {
+        const detail::Answer ans = Call(*client, "get_serv_options", [&](pugi::xml_node c) {
+            pugi::xml_node list = c.append_child("Masks");
+            for (const std::string& m : masks)
+                list.append_child("Item").text() = m.c_str();
+        });
+        std::map<std::string, std::string> options;
+        for (pugi::xml_node item : ans.answer.child("Options").children("Item"))
+            options[item.attribute("Name").value()] = item.attribute("Value").value();
+        return options;
+    }
+    void Restart() {
+        client.reset();
+        StartServer();
+        client = Connect();
+    }
+
+    std::unique_ptr<TOstraDbProtocol> client;
+};
+
+TEST_F(AdminTest, OptionsAreReadSetAndKeptAcrossARestart) {
+    EXPECT_EQ(Option("maxsearchresults"), "1000") << "names ignore letter case";
+    EXPECT_EQ(Option("NoSuchOption", "fallback"), "fallback");
+    EXPECT_EQ(Options({"Log*", "Max*"}), (std::map<std::string, std::string>{
+                                             {"LogLevel", "1"}, {"MaxSearchResults", "1000"}}));
+    EXPECT_EQ(Options({}).size(), 4u);
+
+    Call(*client, "set_serv_option", [](pugi::xml_node c) {
+        c.append_attribute("name") = "LOGLEVEL";
+        c.append_attribute("value") = "3";
+    });
+    Call(*client, "set_serv_options", [](pugi::xml_node c) {
+        pugi::xml_node list = c.append_child("Options");
+        for (const auto& [name, value] :
+             {std::pair{"Новая", "значение"}, std::pair{"MaxSearchResults", "50"}}) {
+            pugi::xml_node item = list.append_child("Item");
+            item.append_attribute("Name") = name;
+            item.append_attribute("Value") = value;
+        }
+    });
+    Restart();
+    const auto options = Options({});
+    EXPECT_EQ(options.size(), 5u) << "a name in other letter case replaces the option";
+    EXPECT_EQ(options.at("LogLevel"), "3");
+    EXPECT_EQ(options.at("MaxSearchResults"), "50");
+    EXPECT_EQ(options.at("Новая"), "значение");
+}
+
+TEST_F(AdminTest, SavedUsersLogInWithTheirRightsAndALockOutIsRefused) {
+    const detail::Answer data = Call(*client, "get_auth_data");
+    pugi::xml_document doc;
+    doc.append_copy(data.answer.child("UserPermissionsData"));
+    const pugi::xml_node root = doc.document_element();
+    ASSERT_TRUE(root.child("Users").find_child_by_attribute("Item", "User", "viewer"));
+
+    // A new user with a Cyrillic password, in the viewers' group.
+    pugi::xml_node user = root.child("Users").append_child("Item");
+    user.append_attribute("User") = "analyst";
+    user.append_attribute("Name") = "Аналитик";
+    user.append_attribute("Pass") = "пароль №1";
+    root.child("Groups")
+        .find_child_by_attribute("Item", "Rights", "1")
+        .child("Users")
+        .append_child("Item")
+        .text() = "ANALYST";
+    auto save = [&](const pugi::xml_document& d) {
+        return ErrorCode(*client, "save_auth_data",
+                         [&](pugi::xml_node c) { c.append_copy(d.document_element()); });
+    };
+    EXPECT_EQ(save(doc), -1);
+    EXPECT_EQ(Connect("analyst", "пароль №1")->GetUserRights().Mask(), 0x01u);
+
+    // Nobody left who could administer users: refused, and the old data still holds.
+    pugi::xml_document lockOut;
+    lockOut.append_copy(root);
+    for (pugi::xml_node group : lockOut.document_element().child("Groups").children("Item"))
+        group.attribute("Rights") = 1;
+    EXPECT_EQ(save(lockOut), ecWrongArguments);
+    Restart();
+    EXPECT_EQ(client->GetUserRights().Mask(), 0x7Fu);
+    EXPECT_EQ(Connect("analyst", "пароль №1")->GetUserRights().Mask(), 0x01u)
+        << "saved before the restart";
+}
+
+TEST_F(AdminTest, TheLogHoldsLoginsAndRefusalsWithTheirAddresses) {
+    TOstraDbProtocol intruder;
+    intruder.SetHostPort("127.0.0.1", server->Port());
+    EXPECT_THROW(intruder.SendLoginCommand("admin", "guess"), TOstraClientSocketException);
+    const detail::Answer ans = Call(*client, "request_log");
+    int logins = 0, refusals = 0, last = 0;
+    for (pugi::xml_node item : ans.answer.child("log").children("item")) {
+        EXPECT_GT(item.attribute("id").as_int(), last) << "ids grow";
+        last = item.attribute("id").as_int();
+        EXPECT_TRUE(std::string(item.attribute("addr").value()).starts_with("127.0.0.1:"));
+        EXPECT_GT(item.attribute("time").as_double(), 40000.0);
+        const int type = item.attribute("type").as_int();
+        logins += type == 0 && std::string(item.attribute("user").value()) == "admin";
+        refusals += type == 1 && std::string(item.attribute("user").value()) == "admin";
+    }
+    EXPECT_EQ(logins, 1);
+    EXPECT_EQ(refusals, 1);
+}
+
+TEST_F(AdminTest, ADatabaseIsAddedWithProgressUsedAndDeleted) {
+    // A folder with one ws file at the depth of the levels becomes the new database.
+    const fs::path folder = dataDir / "databases" / "new-db";
+    WriteFile(folder / "Поле" / "1" / "ГИС" / "1.ws", BinaryBytes(1000, 1));
+    int infos = 0;
+    double lastPercent = -1;
+    client->OnInfo = [&](TOstraDbProtocol&, pugi::xml_node packet) {
+        ++infos;
+        lastPercent = packet.attribute("percent").as_double();
+    };
+    const detail::Answer added = Call(*client, "add_db", [&](pugi::xml_node c) {
+        c.append_attribute("name") = "Новая база";
+        c.append_attribute("path") = ("WSTP://DIRECT:" + folder.string()).c_str();
+        c.append_attribute("is_private") = "False";
+        c.append_attribute("info_supported") = "True";
+    });
+    client->OnInfo = nullptr;
+    const int id = added.answer.child("result").attribute("db_id").as_int();
+    EXPECT_EQ(id, 3);
+    EXPECT_GE(infos, 2);
+    EXPECT_EQ(lastPercent, 100.0);
+    EXPECT_EQ(DbPath(*client, "Новая база"), folder.string() + "/");
+    const std::string file = folder.string() + "/Поле/1/ГИС/1.ws";
+    EXPECT_EQ(GetContents(*client, file), BinaryBytes(1000, 1));
+
+    auto add = [&](const char* name, const std::string& path) {
+        return ErrorCode(*client, "add_db", [&](pugi::xml_node c) {
+            c.append_attribute("name") = name;
+            c.append_attribute("path") = path.c_str();
+        });
+    };
+    EXPECT_EQ(add("НОВАЯ БАЗА", ""), ecDatabaseExists);
+    EXPECT_EQ(add("Elsewhere", "/tmp"), ecWrongFileName);
+    EXPECT_EQ(add("Up", (dataDir / "databases/../users.xml").string()), ecWrongFileName);
+    WriteFile(dataDir / "databases/flat/a.ws", "x");
+    EXPECT_EQ(add("Flat", (dataDir / "databases/flat").string()), ecNoMatchingWsFiles);
+
+    Restart();
+    EXPECT_EQ(DbId(*client, "Новая база"), id) << "kept across a restart";
+    Call(*client, "delete_db", [&](pugi::xml_node c) { c.append_attribute("db_id") = id; });
+    EXPECT_THROW(DbId(*client, "Новая база"), Error);
+    EXPECT_TRUE(fs::exists(file)) << "deleting a database leaves its files";
+    EXPECT_EQ(ErrorCode(*client, "delete_db",
+                        [&](pugi::xml_node c) { c.append_attribute("db_id") = id; }),
+              ecDatabaseNotFound);
+}
+
+TEST_F(AdminTest, ReloadingAStructureReadsTheCatalogFileAgain) {
+    std::string catalog = ReadFile(dataDir / "databases.xml");
+    const std::string from = "real_name=\"Field\"";
+    catalog.replace(catalog.find(from), from.size(), "real_name=\"Area\"");
+    WriteFile(dataDir / "databases.xml", catalog);
+    auto firstLevel = [&] {
+        const detail::Answer ans = Call(*client, "get_db_struct",
+                                        [](pugi::xml_node c) { c.append_attribute("db_id") = 2; });
+        return std::string(ans.answer.child("DbStructData")
+                               .child("struct_items")
+                               .child("Item")
+                               .attribute("real_name")
+                               .value());
+    };
+    EXPECT_EQ(firstLevel(), "Field");
+    Call(*client, "reload_db_struct", [](pugi::xml_node c) { c.append_attribute("db_id") = 2; });
+    EXPECT_EQ(firstLevel(), "Area");
+}
+
+}  // namespace
+}  // namespace ostradb::test

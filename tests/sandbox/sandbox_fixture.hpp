@@ -1,0 +1,94 @@
+#pragma once
+
+// End-to-end tests against a real sandbox server in the test's process: each test gets a
+// fresh copy of the sample data set in a temporary directory and a server on a free port, and
+// talks to it with the library's own client over TCP.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "ostradb/protocol/ostradb_protocol.hpp"
+#include "ostradb_sandbox/sandbox_server.hpp"
+#include "protocol/command.hpp"
+
+namespace ostradb::test {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+inline constexpr const char* kWestSiberia = "Западная Сибирь";
+inline constexpr const char* kNorthSea = "North Sea Demo";
+
+std::string ReadFile(const fs::path& path);
+void WriteFile(const fs::path& path, const std::string& bytes);
+// Every file below dir (relative name → size and content hash), to prove nothing changed.
+std::map<std::string, std::string> Snapshot(const fs::path& dir);
+// Bytes 0..255 and then a pseudo-random tail: every byte value, no text.
+std::string BinaryBytes(std::size_t size, std::uint32_t seed);
+
+// A plain socket for sending what the library never would (broken packets, stalls).
+class RawClient {
+public:
+    // receiveBuffer: when set, the socket's receive buffer is this small (no autotuning), so
+    // that a server soon stalls on a client that does not read.
+    explicit RawClient(std::uint16_t port, int receiveBuffer = 0);
+    ~RawClient();
+    RawClient(const RawClient&) = delete;
+    RawClient& operator=(const RawClient&) = delete;
+
+    // UTF-8 text, sent in Windows-1251 as clients do.
+    void Send(const std::string& text);
+    // Reads up to and including the next "</packet>\r\n"; the text in UTF-8.
+    std::string ReadPacket(std::chrono::milliseconds timeout = 5s);
+    // Whether the server closed the connection within timeout (pending data is read and
+    // dropped).
+    bool ClosedByServer(std::chrono::milliseconds timeout);
+
+private:
+    int fd_ = -1;
+    std::string rest_;
+};
+
+class SandboxTest : public ::testing::Test {
+protected:
+    SandboxTest();
+    ~SandboxTest() override;
+
+    // Starts the server (again) with options; called by the constructor with the defaults.
+    void StartServer(const std::function<void(sandbox::SandboxOptions&)>& adjust = {});
+
+    // A client logged in as user.
+    std::unique_ptr<TOstraDbProtocol> Connect(const std::string& user = "admin",
+                                              const std::string& password = "admin");
+
+    // One request; fill sets its attributes and children.
+    detail::Answer Call(TOstraDbProtocol& client, const std::string& cmd,
+                        const std::function<void(pugi::xml_node)>& fill = {},
+                        std::istream* send = nullptr, std::ostream* receive = nullptr);
+    // The server's error code of a request that must fail.
+    int ErrorCode(TOstraDbProtocol& client, const std::string& cmd,
+                  const std::function<void(pugi::xml_node)>& fill = {},
+                  std::istream* send = nullptr);
+
+    // The database's path as get_db_list tells it ("…/", with the delimiter).
+    std::string DbPath(TOstraDbProtocol& client, const std::string& name);
+    std::int32_t DbId(TOstraDbProtocol& client, const std::string& name);
+
+    std::string GetContents(TOstraDbProtocol& client, const std::string& name);
+    void PutContents(TOstraDbProtocol& client, const std::string& name, const std::string& bytes);
+
+    fs::path dir;      // the temporary directory of the test
+    fs::path dataDir;  // the server's data directory inside it
+    std::unique_ptr<sandbox::SandboxServer> server;
+};
+
+}  // namespace ostradb::test
