@@ -14,6 +14,7 @@
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
+#include "ostradb/protocol/trunk_commands.hpp"
 #include "ostradb/serial/ini_properties.hpp"
 #include "ostradb/serial/persistent.hpp"
 #include "ostradb/serial/properties.hpp"

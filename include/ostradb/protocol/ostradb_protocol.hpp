@@ -29,6 +29,7 @@
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
+#include "ostradb/protocol/trunk_commands.hpp"
 #include "ostradb/users/rights.hpp"
 
 namespace ostradb {
@@ -211,6 +212,33 @@ public:
     // ---- Well contents (src/protocol/well_commands.cpp) -----------------------------------
 
     // ---- Trunks and maps (src/protocol/trunk_commands.cpp) --------------------------------
+
+    // A Filter, when given, narrows the trunks; it goes to the server as it is, not checked
+    // against a database's levels. Null sends no filter.
+
+    // The trunks with the ids given.
+    void GetTrunkObjects(const TStringList& Ids, TTrunkList& Trunks);
+    // The trunks of the files given. FileNames itself loses the address parts of its names;
+    // the request goes to the server they address, and host and port are restored after it.
+    void GetTrunkObjectsForFiles(TStringList& FileNames, TTrunkList& Trunks);
+    void SetTrunkObjects(const TTrunkList& Trunks);
+    // The files of each of the trunks named.
+    void GetFilesNamesForTrunks(std::int32_t DbId, const TStringList& TrunkIds,
+                                const TFilter* Filter, TFilesForTrunkList& Result);
+    // The trunks of a map, each with the extra columns asked for as attributes.
+    void GetMapTrunks(std::int32_t DbId, const TFilter* Filter, const TMapSpecialCols& ExtraCols,
+                      TMapTrunks& Result);
+    // Writes the attributes and layer crossings of the trunks of a map for a stratum
+    // identifier; the flags ask the server to clear the existing attributes or crossings.
+    void WriteTrunksAndPlastsData(std::int32_t DbId, const std::string& StratIdent,
+                                  const TMapTrunks& Trunks, bool ClearAttrs, bool ClearCrosses);
+    // The layer names of a map.
+    void GetPlastNamesForMap(std::int32_t DbId, const TFilter* Filter,
+                             const std::string& StratIdent, TStringList& Result);
+    // Where the trunks cross one layer.
+    void GetPlastsCrossItems(std::int32_t DbId, const TFilter* Filter,
+                             const std::string& StratIdent, const std::string& PlastName,
+                             TMapPlastsCrossItems& Result);
 
     // ---- Server administration (src/protocol/admin_commands.cpp) --------------------------
 
