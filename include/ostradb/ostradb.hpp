@@ -9,6 +9,7 @@
 #include "ostradb/model/level_files.hpp"
 #include "ostradb/model/table_columns.hpp"
 #include "ostradb/model/trunks.hpp"
+#include "ostradb/protocol/admin_commands.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"

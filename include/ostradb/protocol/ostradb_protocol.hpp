@@ -26,6 +26,7 @@
 #include <pugixml.hpp>
 
 #include "ostradb/export.hpp"
+#include "ostradb/protocol/admin_commands.hpp"
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
@@ -241,6 +242,30 @@ public:
                              TMapPlastsCrossItems& Result);
 
     // ---- Server administration (src/protocol/admin_commands.cpp) --------------------------
+
+    // The users, groups and permissions.
+    void GetUmData(TUmData& Data);
+    // Replaces the server's users, groups and permissions; check the data first
+    // (TUmData::CheckForConsistency), this call does not.
+    void SaveUmData(const TUmData& Data);
+    // The server's message log, as much of it as the server chooses to send: Filter is
+    // accepted but not sent.
+    void RequestLog(const TServerLogFilter& Filter, TServerLog& Log);
+    // A server option's value; Def goes to the server as the option's default.
+    std::string GetServOptionDef(const std::string& Name, const std::string& Def);
+    std::string GetServOption(const std::string& Name);
+    void SetServOption(const std::string& Name, const std::string& Value);
+    // The options whose names match the masks, given as comma text ("log*,backup*").
+    void GetServOptions(const std::string& Masks, TServerOptions& Options);
+    void SetServOptions(const TServerOptions& Options);
+    void ReloadDictionary();
+    // File statistics of Database below LevelPath, one row per value of the level
+    // GroupLevel; Filter (checked against the database's levels) and FileNameFilter narrow
+    // the files. RequestFiles adds each row's files, RequestQuality the data-quality rows.
+    void RequestFilesStat(TFilesStatResult& Result, const TDatabase& Database,
+                          const TIntegerArray& LevelPath, const std::string& GroupLevel,
+                          const TFilter* Filter, const std::string& FileNameFilter,
+                          bool RequestFiles, bool RequestQuality);
 
     // ---- Data-layer calls (src/protocol/dataserver_commands.cpp) --------------------------
 
