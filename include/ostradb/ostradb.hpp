@@ -11,6 +11,7 @@
 #include "ostradb/model/trunks.hpp"
 #include "ostradb/protocol/admin_commands.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
+#include "ostradb/protocol/dataserver_commands.hpp"
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/protocol/server_version.hpp"
