@@ -117,7 +117,8 @@ TEST_F(ExchangeTest, TrunkAndMapCommandsSendAndRead) {
          [&] {
              ASSERT_EQ(files.Count(), 1);
              EXPECT_EQ(files.Item(0).TrunkId, "t1");
-             EXPECT_EQ(files.Item(0).FilesNames, (TStringList{"a.ws", "b.ws"}));
+             EXPECT_EQ(files.Item(0).FilesNames.Lines(),
+                       (std::vector<std::string>{"a.ws", "b.ws"}));
          }},
         {[&] { client.GetMapTrunks(8, &filter, extra, map); },
          R"(<command cmd="get_map_trunks" db_id="8">)" + F +
@@ -134,7 +135,7 @@ TEST_F(ExchangeTest, TrunkAndMapCommandsSendAndRead) {
              ASSERT_EQ(t.PlastsCross.Count(), 1);
              EXPECT_EQ(t.PlastsCross.Item(0).X, 1.5f);
              EXPECT_EQ(t.PlastsCross.Item(0).Z, -3.0f);
-             EXPECT_EQ(map.StratIdents, (TStringList{"S1"}));
+             EXPECT_EQ(map.StratIdents.Lines(), std::vector<std::string>{"S1"});
          }},
         {[&] { client.WriteTrunksAndPlastsData(9, "S1", toWrite, true, false); },
          R"(<command cmd="set_map_data" db_id="9" strat_ident="S1" clear_attrs="true")"
@@ -147,7 +148,7 @@ TEST_F(ExchangeTest, TrunkAndMapCommandsSendAndRead) {
          R"(<command cmd="get_map_plast_names" db_id="10" strat_ident="S2"/>)",
          R"(<Result><Item>P1</Item><Item>P2</Item></Result>)",
          [&] {
-             EXPECT_EQ(plastNames, (TStringList{"P1", "P2"}));
+             EXPECT_EQ(plastNames.Lines(), (std::vector<std::string>{"P1", "P2"}));
          }},
         {[&] { client.GetPlastsCrossItems(11, &filter, "S3", "P1", crosses); },
          R"(<command cmd="get_plasts_cross" db_id="11" strat_ident="S3" plast_name="P1">)" + F +
@@ -183,7 +184,7 @@ TEST_F(ExchangeTest, TrunksForFilesStripsTheCallersNamesAndRestoresTheServer) {
     server.Expect().Reply(test::ErrorPacket(3, "нет данных"));
 
     client.GetTrunkObjectsForFiles(names, trunks);
-    EXPECT_EQ(names, (TStringList{"D:\\a.ws", "D:\\b.ws"}));
+    EXPECT_EQ(names.Lines(), (std::vector<std::string>{"D:\\a.ws", "D:\\b.ws"}));
     EXPECT_EQ(test::CommandText(server.Request(0)),
               R"(<command cmd="get_trunks_for_files"><FileNames><Item>D:\a.ws</Item>)"
               R"(<Item>D:\b.ws</Item></FileNames></command>)");
