@@ -5,7 +5,6 @@
 #include "ostradb/model/trunks.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "protocol/command.hpp"
-#include "protocol/command_parts.hpp"
 
 namespace ostradb {
 
@@ -30,7 +29,7 @@ void TOstraDbProtocol::GetTrunkObjectsForFiles(TStringList& FileNames, TTrunkLis
     detail::HostPortGuard hostPort(*this);
     detail::Request req(*this, "get_trunks_for_files");
     CheckFileNames(FileNames);
-    detail::WriteFileNames(req.command, FileNames);
+    SaveToXML(FileNames, "FileNames", req.command);
     const detail::Answer ans = req.Exchange();
     LoadFromXML(Trunks, "Trunks", ans.answer);
 }

@@ -27,8 +27,10 @@
 
 #include "ostradb/export.hpp"
 #include "ostradb/protocol/admin_commands.hpp"
+#include "ostradb/protocol/catalog_commands.hpp"
 #include "ostradb/protocol/dataserver_commands.hpp"
 #include "ostradb/protocol/errors.hpp"
+#include "ostradb/protocol/file_commands.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
 #include "ostradb/protocol/trunk_commands.hpp"
@@ -204,8 +206,92 @@ public:
     void GetServerVersion(TServerVersion& Version);
 
     // ---- Files (src/protocol/file_commands.cpp) -------------------------------------------
+    //
+    // File names may address another server ("WSTP://.../HOST:name//PORT:n/..."): the request
+    // goes there, and afterwards the client points at its own host and port again, whatever
+    // happened. Lists of names are checked on a copy; the caller's list is not changed.
+
+    // The caller's rights on the file; the empty set when the user cancelled a login.
+    TUserRights GetFileRights(const std::string& FileName);
+    // The file's contents into Stream (dropped when null). The name is sent as given.
+    void GetFileContents(const std::string& FileName, std::ostream* Stream);
+    // GetFileContents, and the file's real name (when the server gives one) and times.
+    void GetFileContentsEx(const std::string& FileName, std::ostream* Stream, TFileInfo& Info);
+    // Stores Stream's bytes, from its start, as the file's contents. The name is sent as given.
+    void PutFileContents(const std::string& FileName, std::istream* Stream);
+
+    // Importing. Values holds the file's bindings to levels, "type=value" per line (for a
+    // repeated type the first value counts); an empty type or value raises Error before
+    // anything is sent. ExtraPath is the path below the bound levels; TransformName lets the
+    // server adapt the name. The times of a local original (creation, last write, last access)
+    // go with the request.
+    //
+    // Stores the local file FileName in database DbId. The file is opened read-only and locked
+    // exclusively (EFileError naming it when that fails, before anything is built), streamed,
+    // and closed on every way out.
+    void ImportFile(std::int32_t DbId, const std::string& FileName, const TStringList& Values,
+                    bool TransformName, const std::string& ExtraPath);
+    // The name under which OrigFileName would be stored.
+    void GetFileName(std::int32_t DbId, const std::string& OrigFileName, const TStringList& Values,
+                     bool TransformName, const std::string& ExtraPath, std::string& Name);
+    // Creates the directory that the bindings and ExtraPath name.
+    void CreateDir(std::int32_t DbId, const TStringList& Values, const std::string& ExtraPath);
+
+    // Makes the server read the file's information again.
+    void UpdateFileInfo(const std::string& FileName);
+    bool FileExists(const std::string& FileName);
+    // Deletes the files; Log tells the outcome of each.
+    void DeleteFiles(const TStringList& Files, TSimpleResultLog& Log);
+    // Both names are sent as given.
+    void MoveFile(const std::string& Source, const std::string& Destination);
+    // Switches the server's watching of the database's directories on or off.
+    void SetFsTrackingMode(std::int32_t DbId, bool Mode);
+    // The files of the database that failed to load.
+    void RequestErroneousFilesList(std::int32_t DbId, TErroneousFiles& Files);
+    // The files of the database that are blocked.
+    void GetBlockedFilesList(std::int32_t DbId, TStringList& Names);
+    // Database, read-only flag and rights of each file. Info is emptied first.
+    void GetSimpleFileInfo(const TStringList& Files, TSimpleFileInfoItems& Info);
+    // Sets or resets the read-only attribute of each file; Items is not changed.
+    void ChangeFilesAttributes(const TChangeFileAttrItems& Items);
 
     // ---- Database catalog and server jobs (src/protocol/catalog_commands.cpp) -------------
+
+    // The databases of the server. With WithStructs, then each database's structure, one
+    // request per database in list order; a failure ends the loop and keeps what was read.
+    void RequestDatabasesListEx(TDatabasesList& List, bool WithStructs);
+    // RequestDatabasesListEx with the structures.
+    void RequestDatabasesList(TDatabasesList& List);
+    void RequestDbStruct(std::int32_t DbId, TDbStruct& Struct);
+    // Rebuilds Databases from the server: the list with structures, then for each database
+    // its structure once more, into the database and as its default logical structure.
+    void RequestDatabases(TDatabases& Databases);
+
+    // The commands with progress install Handler on OnInfo for their request and always clear
+    // it afterwards. Only AddDatabase and ReloadBadFilesWithProgress tell the server that
+    // progress packets are welcome, and only when a handler is given.
+    // Returns the new database's identifier.
+    std::int32_t AddDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
+    void UpdateDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
+    void DeleteDatabase(std::int32_t DbId);
+
+    void RequestVTableList(TVTables& VTables);
+    void RequestVTableOptions(TVTableOptions& Options);
+    // Merging of virtual tables: start, poll (Percent from 0 to 100), stop.
+    void MergeVTableDB(std::int32_t DbId, bool UseDelete, bool FailNoConnect);
+    void RequestMergeVTableStatus(std::int32_t DbId, double& Percent);
+    void RequestMergeVTableFullStatus(std::int32_t DbId, double& Percent, std::string& ResultText);
+    void StopMergeVTableDB(std::int32_t DbId);
+
+    void ReloadDatabaseStruct(std::int32_t DbId);
+    // Reloads the files of the database that failed to load.
+    void ReloadBadFiles(std::int32_t DbId);
+    void ReloadBadFilesWithProgress(std::int32_t DbId, TInfoPacketEvent Handler);
+    void DeleteUnusedLevels(std::int32_t DbId);
+
+    // The server-side well-file program: where it lies, and starting it with a command line.
+    void RequestWFExePath(std::string& Path);
+    void StartWFOstra(const std::string& CommandLine);
 
     // ---- Levels, filters and columns (src/protocol/level_commands.cpp) --------------------
 
