@@ -72,10 +72,6 @@ TEST_F(ExchangeTest, AdministrationCommandsSendAndRead) {
              ASSERT_EQ(options.Count(), 2);
              EXPECT_EQ(options.GetOption("B1"), "x");
          }},
-        {[&] { client.GetServOptions(R"("log level",z)", options); },
-         R"(<command cmd="get_serv_options"><Masks><Item>log level</Item><Item>z</Item>)"
-         R"(</Masks></command>)",
-         "", "", [&] { EXPECT_EQ(options.Count(), 0); }},
         {[&] { client.SetServOptions(optionsToSave); },
          R"(<command cmd="set_serv_options"><Options><Item Name="LogLevel" Value="3"/>)"
          R"(</Options></command>)",
