@@ -15,6 +15,7 @@
 #include "ostradb/protocol/dataserver_commands.hpp"
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/file_commands.hpp"
+#include "ostradb/protocol/level_commands.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"

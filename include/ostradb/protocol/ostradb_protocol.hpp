@@ -31,6 +31,7 @@
 #include "ostradb/protocol/dataserver_commands.hpp"
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/file_commands.hpp"
+#include "ostradb/protocol/level_commands.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
 #include "ostradb/protocol/trunk_commands.hpp"
@@ -294,6 +295,80 @@ public:
     void StartWFOstra(const std::string& CommandLine);
 
     // ---- Levels, filters and columns (src/protocol/level_commands.cpp) --------------------
+
+    // Levels is the path of level identifiers from the top of a database's hierarchy.
+    // FnFilter, when not empty, narrows the files by name.
+
+    // Clears List, then fills it with the files of the level.
+    void RequestFiles(TLevelFilesList& List, std::int32_t DbId, const TIntegerArray& Levels,
+                      TReqFilesFlags Flags, const std::string& FnFilter);
+    // RequestFiles along a logical structure; the files' paths are named by DbInfo's
+    // structure and every file gets DbInfo's id as its database.
+    void RequestFilesForLogStruct(TLevelFilesList& List, const TDatabaseInfo& DbInfo,
+                                  const TIntegerArray& Levels, TReqFilesFlags Flags,
+                                  const std::string& FnFilter, const TDbLogicalStruct& LogStruct);
+    // The values of the next level below Levels. LogDbStruct (may be null) lists the level
+    // types of a logical structure, top first.
+    void RequestLevelsList(std::int32_t DbId, const TIntegerArray& Levels, bool UseFilters,
+                           bool IncludeCurves, bool IncludeFiles, const TStringList* LogDbStruct,
+                           TLevelsList& List);
+    // The values of the next level below Levels along LogStruct (may be null).
+    void RequestLevelsForLogStruct(TLevelsList& List, const TDatabaseInfo& DbInfo,
+                                   const TIntegerArray& Levels, bool UseFilters,
+                                   const TDbLogicalStruct* LogStruct);
+    // Sends the level types of a logical structure, top first. DbId is accepted and not sent.
+    void SetLogDbStruct(std::int32_t DbId, const TStringList& Types);
+
+    // Filters. DbStruct may be null; it names levels only where the server's answer is read.
+
+    // Clears Values, then fills them with what the server offers for Request (a navigation
+    // level or column, passed through) under Filter.
+    void RequestFilterPopupList(std::int32_t DbId, const TFilter& Filter, const TDbStruct* DbStruct,
+                                const std::string& Request, TStringList& Values);
+    // RequestFilterPopupList with Filter checked against Database; DbStruct is not used.
+    void RequestFilterPopupValues(const TDatabase& Database, const TFilter& Filter,
+                                  const TDbStruct* DbStruct, const std::string& Request,
+                                  TStringList& Values);
+    // Makes Filter the session's filter of the database.
+    void SetFilter(std::int32_t DbId, const TDbStruct* DbStruct, const TFilter& Filter);
+    // SetFilter with Filter checked against Database.
+    void CheckAndSetFilter(const TDatabase& Database, const TFilter& Filter);
+    // How many files the database holds and how many Filter leaves of them; without
+    // UseFilter no filter is sent.
+    void GetFilterStats(const TDatabase& Database, const TFilter& Filter, TFilterStatistics& Stats,
+                        bool UseFilter);
+    // Replaces Filter by the filter that selects the level path Levels of LogStruct.
+    void ConvertPathToFilter(std::int32_t DbId, const TIntegerArray& Levels,
+                             const TDbStruct* DbStruct, const TDbLogicalStruct& LogStruct,
+                             TFilter& Filter);
+    // Replaces Merged by the server's combination of Filter1 and Filter2.
+    void MergeFilters(const TDatabaseInfo& DbInfo, const TFilter& Filter1, const TFilter& Filter2,
+                      TFilter& Merged);
+
+    // Column names, key values and curves.
+
+    // Clears Names, then fills them with the database's column names (none empty).
+    void GetColumnNames(std::int32_t DbId, TStringList& Names);
+    void GetTableColumnNames(std::int32_t DbId, TTableColumnNames& Names);
+    void GetTableColNames(std::int32_t DbId, const std::string& Table, TStringList& Names);
+    // The column names of table TableName in the files Files. The names may address another
+    // server for this one request; Files itself is not changed.
+    void GetTableColumnNamesForFiles(const TStringList& Files, const std::string& TableName,
+                                     TTableColumnNames& Names);
+    // The server's key values of all files, unfiltered (Filter is not sent), as the element
+    // "files" under a new root "result" of Doc. Doc must be empty: a document that already
+    // has a root raises Error before anything is sent.
+    void RequestKeyValues(const TFilter* Filter, pugi::xml_document& Doc);
+    // The files Files with the key values of ColumnNames; the file names may address
+    // another server for this one request. DbStruct (may be null) names the files' levels.
+    void RequestKeyValuesForFiles(const TDbStruct* DbStruct, const TStringList& Files,
+                                  const TTableColumnNames& ColumnNames, TLevelFilesList& List);
+    // Replaces List by the curves of the level files below Levels once the answer is in.
+    void RequestSimpleCurvesList(std::int32_t DbId, const TIntegerArray& Levels, bool UseFilters,
+                                 TSimpleCurvesList& List);
+    // RequestSimpleCurvesList along Database's current logical structure.
+    void GetSimpleCurvesList(const TDatabase& Database, const TIntegerArray& Levels,
+                             bool UseFilters, bool UseVersions, TSimpleCurvesList& List);
 
     // ---- Search (src/protocol/search_commands.cpp) ----------------------------------------
 
