@@ -26,12 +26,15 @@
 #include <pugixml.hpp>
 
 #include "ostradb/export.hpp"
+#include "ostradb/protocol/admin_commands.hpp"
 #include "ostradb/protocol/catalog_commands.hpp"
+#include "ostradb/protocol/dataserver_commands.hpp"
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/file_commands.hpp"
 #include "ostradb/protocol/level_commands.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
+#include "ostradb/protocol/trunk_commands.hpp"
 #include "ostradb/users/rights.hpp"
 
 namespace ostradb {
@@ -373,9 +376,126 @@ public:
 
     // ---- Trunks and maps (src/protocol/trunk_commands.cpp) --------------------------------
 
+    // A Filter, when given, narrows the trunks; it goes to the server as it is, not checked
+    // against a database's levels. Null sends no filter.
+
+    // The trunks with the ids given.
+    void GetTrunkObjects(const TStringList& Ids, TTrunkList& Trunks);
+    // The trunks of the files given. FileNames itself loses the address parts of its names;
+    // the request goes to the server they address, and host and port are restored after it.
+    void GetTrunkObjectsForFiles(TStringList& FileNames, TTrunkList& Trunks);
+    void SetTrunkObjects(const TTrunkList& Trunks);
+    // The files of each of the trunks named.
+    void GetFilesNamesForTrunks(std::int32_t DbId, const TStringList& TrunkIds,
+                                const TFilter* Filter, TFilesForTrunkList& Result);
+    // The trunks of a map, each with the extra columns asked for as attributes.
+    void GetMapTrunks(std::int32_t DbId, const TFilter* Filter, const TMapSpecialCols& ExtraCols,
+                      TMapTrunks& Result);
+    // Writes the attributes and layer crossings of the trunks of a map for a stratum
+    // identifier; the flags ask the server to clear the existing attributes or crossings.
+    void WriteTrunksAndPlastsData(std::int32_t DbId, const std::string& StratIdent,
+                                  const TMapTrunks& Trunks, bool ClearAttrs, bool ClearCrosses);
+    // The layer names of a map.
+    void GetPlastNamesForMap(std::int32_t DbId, const TFilter* Filter,
+                             const std::string& StratIdent, TStringList& Result);
+    // Where the trunks cross one layer.
+    void GetPlastsCrossItems(std::int32_t DbId, const TFilter* Filter,
+                             const std::string& StratIdent, const std::string& PlastName,
+                             TMapPlastsCrossItems& Result);
+
     // ---- Server administration (src/protocol/admin_commands.cpp) --------------------------
 
+    // The users, groups and permissions.
+    void GetUmData(TUmData& Data);
+    // Replaces the server's users, groups and permissions; check the data first
+    // (TUmData::CheckForConsistency), this call does not.
+    void SaveUmData(const TUmData& Data);
+    // The server's message log, as much of it as the server chooses to send: Filter is
+    // accepted but not sent.
+    void RequestLog(const TServerLogFilter& Filter, TServerLog& Log);
+    // A server option's value; Def goes to the server as the option's default.
+    std::string GetServOptionDef(const std::string& Name, const std::string& Def);
+    std::string GetServOption(const std::string& Name);
+    void SetServOption(const std::string& Name, const std::string& Value);
+    // The options whose names match the masks, given as comma text ("log*,backup*").
+    void GetServOptions(const std::string& Masks, TServerOptions& Options);
+    void SetServOptions(const TServerOptions& Options);
+    void ReloadDictionary();
+    // File statistics of Database below LevelPath, one row per value of the level
+    // GroupLevel; Filter (checked against the database's levels) and FileNameFilter narrow
+    // the files. RequestFiles adds each row's files, RequestQuality the data-quality rows.
+    void RequestFilesStat(TFilesStatResult& Result, const TDatabase& Database,
+                          const TIntegerArray& LevelPath, const std::string& GroupLevel,
+                          const TFilter* Filter, const std::string& FileNameFilter,
+                          bool RequestFiles, bool RequestQuality);
+
     // ---- Data-layer calls (src/protocol/dataserver_commands.cpp) --------------------------
+
+    // Each call returns the server's result code ("RetValue", 16 bits unless said otherwise)
+    // without interpreting it; out arguments take what the answer carries, also when the code
+    // reports a failure. A missing handle or value in the answer raises EConvertError.
+
+    // Loads a well file into Stream. RowNumber goes to the server and comes back replaced.
+    std::int16_t DatServ_Load_WS(const std::string& ResFName, const std::string& LoadFName,
+                                 const std::string& SelectedAim, const std::string& TName,
+                                 std::uint16_t& RowNumber, std::ostream& Stream);
+    std::int16_t DatServ_Load_WSEx(const std::string& ResFName, const std::string& LoadFName,
+                                   const std::string& SelectedAim, const std::string& TName,
+                                   std::uint16_t& RowNumber, std::ostream& Stream);
+    // Saves Stream's contents as a well file; a non-zero CheckCopy sends CheckCopy="true".
+    std::int16_t DatServ_Save_WS(const std::string& SelectedAim, const std::string& TName,
+                                 const std::string& FileName, std::int32_t CheckCopy,
+                                 std::istream& Stream);
+    std::int16_t DatServ_Save_WSExRW(const std::string& SelectedAim, const std::string& TName,
+                                     const std::string& FileName, std::int32_t CheckCopy,
+                                     std::istream& Stream);
+    // Opens a well file; its handle comes back in LFHandle.
+    std::int16_t DatServ_SysLFInitOpenEx(const std::string& FileName, TObjectHandle& LFHandle,
+                                         std::int32_t LROption, std::int32_t ObjOption);
+    std::int16_t DatServ_GetTableName(const TObjectHandle& LRHandle, std::string& TableName);
+    std::int16_t DatServ_GetCurObj(const TObjectHandle& LRHandle, std::ostream& Stream);
+    // The result code taken as a Boolean.
+    bool DatServ_GetObjState(const TObjectHandle& ObjHandle, std::uint16_t Mask);
+    // Sends the LRHandle given and replaces it with the answer's.
+    std::int16_t DatServ_Get_TableNew(const std::string& TableName, const TObjectHandle& LFHandle,
+                                      TObjectHandle& LRHandle);
+    // Sends no LRHandle; the answer's comes back in LRHandle.
+    std::int16_t DatServ_Get_Table(const std::string& TableName, const TObjectHandle& LFHandle,
+                                   TObjectHandle& LRHandle);
+    std::int16_t DatServ_GetTDescFldsN(const TObjectHandle& TDescHandle,
+                                       const std::string& FieldName, std::ostream& Stream);
+    std::int16_t DatServ_GetTDescFldsI(const TObjectHandle& TDescHandle, std::uint16_t FieldNumber,
+                                       std::ostream& Stream);
+    std::int16_t DatServ_GetObjByIdN(const TObjectHandle& LRHandle, std::uint16_t Idn,
+                                     std::ostream& Stream);
+    std::int16_t DatServ_GetTDescCounter(const TObjectHandle& TDescHandle, std::uint16_t& Counter);
+    // Starts a search of TableHandle's table for up to three name/value conditions.
+    std::int16_t DatServ_SSearchDataInit(const std::string& Name1, const std::string& Val1,
+                                         const std::string& Name2, const std::string& Val2,
+                                         const std::string& Name3, const std::string& Val3,
+                                         const TObjectHandle& TableHandle,
+                                         TObjectHandle& SearchHandle);
+    std::int16_t DatServ_SetSTable(const TObjectHandle& SOHandle, const std::string& TableName);
+    std::int16_t DatServ_FindFirst(const TObjectHandle& LFHandle, const TObjectHandle& SOHandle,
+                                   std::ostream& Stream);
+    // The well file's name as a full "WSTP://" name (empty when the server sends none).
+    std::int16_t DatServ_GetWSName(const TObjectHandle& LRHandle, std::string& WSName);
+    std::int16_t DatServ_TableExistX(const std::string& TableName, const TObjectHandle& LFHandle,
+                                     std::int32_t Option);
+    // All table names in one text, as the server sends it; the result code keeps 32 bits.
+    std::int32_t DatServ_DSGetTableNames(const TObjectHandle& LFHandle, std::uint16_t LROption,
+                                         std::string& Names);
+    // Further calls of three shapes, the command and handle elements named by the caller:
+    // one handle in; one handle in and a payload out; one handle in and one out.
+    std::int16_t DatServ__OneHandleFunc(const std::string& Command, const std::string& HandleName,
+                                        const TObjectHandle& Handle);
+    std::int16_t DatServ__InHandle_OutObj(const std::string& Command, const std::string& HandleName,
+                                          const TObjectHandle& Handle, std::ostream& Stream);
+    std::int16_t DatServ__InHandle_OutHandle(const std::string& Command,
+                                             const std::string& InHandleName,
+                                             const std::string& OutHandleName,
+                                             const TObjectHandle& InHandle,
+                                             TObjectHandle& OutHandle);
 
 private:
     void SendPacket(std::string_view packet, std::istream* stream);
