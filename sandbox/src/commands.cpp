@@ -28,6 +28,7 @@ constexpr std::array kCommands = {
     CommandSpec{"set_filters", SetFilters, true, kView},
     CommandSpec{"get_filter_stats", GetFilterStats, true, kView},
     CommandSpec{"set_log_db_struct", SetLogDbStruct, true, kView},
+    CommandSpec{"get_files_stat", GetFilesStat, true, kView},
 
     // Writing rights depend on whether the file exists: the handlers check them.
     CommandSpec{"get_file_contents", GetFileContents, true, kView},

@@ -41,6 +41,8 @@ void GetLogLevelFiles(CommandContext& ctx);
 void SetFilters(CommandContext& ctx);
 void GetFilterStats(CommandContext& ctx);
 void SetLogDbStruct(CommandContext& ctx);
+// File statistics of a level, grouped by the values of a lower one.
+void GetFilesStat(CommandContext& ctx);
 
 // Files: commands_files.cpp
 void GetFileContents(CommandContext& ctx);

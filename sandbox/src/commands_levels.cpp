@@ -152,4 +152,95 @@ void SetLogDbStruct(CommandContext& ctx) {
     ctx.session.logStruct = std::move(types);
 }
 
+void GetFilesStat(CommandContext& ctx) {
+    const Database& db = ctx.DatabaseArg();
+    const LevelView view(ctx, db);
+    const std::vector<std::string> values =
+        view.Resolve(ctx.store.LevelIds(), LevelPathArg(ctx.command));
+    // The group level: by type, by type without "%", or by display name.
+    const std::string group = ctx.command.attribute("group_level").as_string();
+    std::size_t depth = view.Depth();
+    for (std::size_t d = 0; d < view.Depth() && depth == view.Depth(); ++d) {
+        const LevelDef& level = view.Level(d);
+        const std::string_view bare =
+            std::string_view(level.type).substr(level.type.starts_with('%') ? 1 : 0);
+        if (SameText(level.type, group) || SameText(bare, group) || SameText(level.realName, group))
+            depth = d;
+    }
+    if (depth == view.Depth() || depth < values.size()) throw Refusal(ecLevelNotFound, group);
+    const std::string mask = ctx.command.attribute("file_name_filter").as_string();
+    const bool withFiles = BoolArg(ctx.command, "request_files");
+    const bool withQuality = BoolArg(ctx.command, "request_quality");
+    ActiveFilters filters;
+    filters.own = ReadFilter(ctx.command.child("filter"));
+    if (!filters.own.Empty()) filters.list.push_back(&filters.own);
+
+    // One row per value of the group level: how many files, and how many curves they hold.
+    struct Row {
+        std::vector<std::string> texts;
+        std::int64_t files = 0;
+        std::int64_t curves = 0;
+        std::vector<std::string> names;
+    };
+    std::vector<Row> rows;
+    std::int64_t undescribed = 0;
+    const std::vector<WsFile> files = ScanDatabase(db);
+    for (const ListedFile& file : FilesBelow(ctx, view, files, values, filters.list)) {
+        if (!FileNameMatches(mask, file.file->shortName)) continue;
+        const std::vector<std::string> own = view.ValuesOf(*file.file);
+        const std::vector<std::string> texts(own.begin(),
+                                             own.begin() + static_cast<std::ptrdiff_t>(depth + 1));
+        auto it =
+            std::find_if(rows.begin(), rows.end(), [&](const Row& r) { return r.texts == texts; });
+        if (it == rows.end()) it = rows.insert(rows.end(), Row{texts, 0, 0, {}});
+        ++it->files;
+        for (const TableInfo& table : file.meta->tables)
+            it->curves += static_cast<std::int64_t>(table.curves.size());
+        if (file.meta->tables.empty()) ++undescribed;
+        it->names.push_back(file.file->shortName);
+    }
+    std::sort(rows.begin(), rows.end(), [&](const Row& a, const Row& b) {
+        for (std::size_t i = 0; i < a.texts.size(); ++i)
+            if (a.texts[i] != b.texts[i])
+                return LessLevelValue(view.Level(i), a.texts[i], b.texts[i]);
+        return false;
+    });
+
+    pugi::xml_node stat = ctx.answer.append_child("files_stat");
+    pugi::xml_node hat = stat.append_child("hat");
+    pugi::xml_node columns = hat.append_child("values");
+    const std::pair<int, const char*> kColumns[] = {{1, "Файлов"}, {2, "Кривых"}};
+    for (const auto& [type, name] : kColumns) {
+        pugi::xml_node item = columns.append_child("item");
+        item.append_attribute("type") = type;
+        SetText(item, "name", name);
+    }
+    pugi::xml_node captions = hat.append_child("text");
+    for (std::size_t d = 0; d <= depth; ++d)
+        SetText(captions.append_child("item"), "value", view.Level(d).realName);
+    pugi::xml_node lines = stat.append_child("lines");
+    for (const Row& row : rows) {
+        pugi::xml_node line = lines.append_child("line");
+        SetText(line, "name", "");
+        pugi::xml_node numbers = line.append_child("values");
+        numbers.append_attribute("v1") = static_cast<long long>(row.files);
+        numbers.append_attribute("v2") = static_cast<long long>(row.curves);
+        pugi::xml_node text = line.append_child("text");
+        for (const std::string& value : row.texts)
+            SetText(text.append_child("item"), "value", value);
+        pugi::xml_node names = line.append_child("files");
+        if (withFiles)
+            for (const std::string& name : row.names)
+                SetText(names.append_child("item"), "value", name);
+    }
+    pugi::xml_node quality = stat.append_child("quality");
+    if (withQuality) {
+        pugi::xml_node item = quality.append_child("item");
+        SetText(item, "msg_kind", "Описание файлов");
+        SetText(item, "rule", "У файла есть таблицы");
+        SetText(item, "status", undescribed == 0 ? "выполнено" : "есть замечания");
+        item.append_attribute("cnt") = static_cast<long long>(undescribed);
+    }
+}
+
 }  // namespace ostradb::sandbox

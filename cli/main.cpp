@@ -1,0 +1,109 @@
+// ostradb: the command-line client of the well-logging database server.
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+#include "commands.hpp"
+#include "context.hpp"
+#include "errors.hpp"
+#include "interrupt.hpp"
+
+namespace {
+
+using namespace ostradb::cli;
+
+void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
+    // -h names the host, as in other database shells; help is --help alone.
+    app.set_help_flag("--help", "Print this help and exit");
+    app.add_option("-h,--host", options.connection.host,
+                   "server host (default: $OSTRADB_HOST, then the stored settings, then "
+                   "localhost)")
+        ->type_name("HOST")
+        ->group("Connection");
+    app.add_option("-p,--port", options.connection.port,
+                   "server port (default: $OSTRADB_PORT, then the stored settings, then 22344)")
+        ->check(CLI::Range(1, 65535))
+        ->type_name("PORT")
+        ->group("Connection");
+    app.add_option("-U,--user", options.connection.user, "user name (default: $OSTRADB_USER)")
+        ->type_name("NAME")
+        ->group("Connection");
+    app.add_flag("--json", options.json, "print one JSON document instead of tables")
+        ->group("Output");
+    app.add_flag("--trace", options.trace,
+                 "print every packet sent (>) and received (<) on standard error; the password "
+                 "digest is masked")
+        ->group("Output");
+}
+
+// The subcommand the command line selected, deepest first ("users add").
+CLI::App* Selected(CLI::App& app) {
+    CLI::App* current = &app;
+    for (;;) {
+        const auto chosen = current->get_subcommands();
+        if (chosen.empty()) return current;
+        current = chosen.front();
+    }
+}
+
+int Run(int argc, char** argv) {
+    Context ctx;
+    CLI::App app("Command-line client of the well-logging database server.", "ostradb");
+    AddGlobalOptions(app, ctx.options);
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.footer(
+        "The password comes from $OSTRADB_PASSWORD or, on a terminal, from a prompt; never\n"
+        "from the command line. Exit status: 0 done, 1 failed (the server refused, or cannot\n"
+        "be reached), 2 wrong usage, 130 interrupted.\n"
+        "Start with:  ostradb demo");
+    AddServerCommands(app, ctx);
+    AddCatalogCommands(app, ctx);
+    AddFileCommands(app, ctx);
+    AddWellCommands(app, ctx);
+    AddAdminCommands(app, ctx);
+    AddDemoCommand(app, ctx);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForAllHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        CLI::App* where = Selected(app);
+        std::string message = e.what();
+        // An unknown word where a subcommand belongs is left over, not a missing subcommand.
+        if (where == &app && !app.remaining().empty())
+            message = "unknown subcommand \"" + app.remaining().front() + "\"";
+        std::cerr << "ostradb: " << message << "\n\n" << where->help();
+        return kExitUsage;
+    }
+
+    CLI::App* command = Selected(app);
+    const std::function<void()>* action = ctx.ActionFor(command);
+    if (!action) {
+        std::cerr << command->help();
+        return kExitUsage;
+    }
+    try {
+        (*action)();
+        ctx.CloseSession();
+        return Interrupts().Interrupted() ? kExitInterrupted : kExitOk;
+    } catch (...) {
+        const int status = ReportCurrentException(ctx.Doing());
+        ctx.CloseSession();
+        return status;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // Before any other thread exists, so that every thread inherits the blocked signals.
+    Interrupts().Start();
+    const int status = Run(argc, argv);
+    Interrupts().Stop();
+    return status;
+}

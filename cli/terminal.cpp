@@ -1,0 +1,72 @@
+#include "terminal.hpp"
+
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <iostream>
+
+#include "interrupt.hpp"
+
+namespace ostradb::cli {
+
+bool StdinIsTerminal() {
+    return ::isatty(STDIN_FILENO) == 1;
+}
+
+bool StderrIsTerminal() {
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
+int TerminalWidth() {
+    winsize size{};
+    if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+    return 80;
+}
+
+namespace {
+
+std::optional<std::string> ReadLineFromStdin() {
+    std::string line;
+    if (!std::getline(std::cin, line)) return std::nullopt;
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    return line;
+}
+
+}  // namespace
+
+std::optional<std::string> ReadHiddenLine(std::string_view prompt) {
+    std::cerr << prompt << std::flush;
+    termios saved{};
+    const bool terminal = ::tcgetattr(STDIN_FILENO, &saved) == 0;
+    if (terminal) {
+        termios quiet = saved;
+        quiet.c_lflag &= static_cast<tcflag_t>(~ECHO);
+        quiet.c_lflag |= ECHONL;
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+        // An interrupt while the user types ends the process from the watching thread; it
+        // puts the echo back first.
+        Interrupts().SetTerminalToRestore(saved);
+    }
+    std::optional<std::string> line = ReadLineFromStdin();
+    if (terminal) {
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
+        Interrupts().ClearTerminalToRestore();
+    }
+    if (!line) std::cerr << '\n';
+    return line;
+}
+
+std::optional<std::string> ReadLine(std::string_view prompt) {
+    std::cerr << prompt << std::flush;
+    return ReadLineFromStdin();
+}
+
+std::size_t DisplayWidth(std::string_view text) {
+    std::size_t width = 0;
+    for (const char c : text)
+        if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) ++width;
+    return width;
+}
+
+}  // namespace ostradb::cli
