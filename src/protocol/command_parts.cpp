@@ -1,0 +1,18 @@
+#include "protocol/command_parts.hpp"
+
+#include "ostradb/serial/xml.hpp"
+
+namespace ostradb::detail {
+
+void WriteLevelPath(pugi::xml_node node, const TIntegerArray& levels) {
+    pugi::xml_node path = node.append_child("path");
+    for (const std::int32_t id : levels) xml::SetAttr(path.append_child("item"), "id", id);
+}
+
+TStringList CheckedCopy(TOstraDbProtocol& client, const TStringList& names) {
+    TStringList copy(names);
+    client.CheckFileNames(copy);
+    return copy;
+}
+
+}  // namespace ostradb::detail

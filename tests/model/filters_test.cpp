@@ -1,0 +1,248 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <sstream>
+#include <string>
+
+#include "ostradb/model/databases.hpp"
+#include "ostradb/model/filters.hpp"
+#include "ostradb/util/dates.hpp"
+#include "ostradb/util/exceptions.hpp"
+#include "ostradb/util/ini_file.hpp"
+
+namespace ostradb {
+namespace {
+
+std::string Raw(pugi::xml_node node) {
+    std::ostringstream s;
+    node.print(s, "", pugi::format_raw);
+    return s.str();
+}
+
+void AddItem(TFilter& f, const char* key, TStringList values, bool no = false, bool all = false,
+             const char* oper = "=") {
+    TFilterItem& item = f.Add();
+    item.Key = key;
+    item.Values = std::move(values);
+    item.Not = no;
+    item.And = all;
+    item.Oper = oper;
+}
+
+TEST(FilterItem, TypesAndKeyExplosion) {
+    const std::tuple<const char*, EFilterItemType, const char*> cases[] = {
+        {"", fitNone, "|"},
+        {"%well", fitLevel, "|"},
+        {"*strat.name.x", fitKeyValue, "strat|name.x"},
+        {"*strat", fitKeyValue, "strat|"},
+        {"curves", fitOther, "|"},
+    };
+    for (const auto& [key, type, parts] : cases) {
+        TFilterItem item;
+        item.Key = key;
+        EXPECT_EQ(item.GetItemType(), type) << key;
+        std::string table = "t", column = "c";
+        EXPECT_EQ(item.ExplodeKeyIntoTableAndColName(table, column), type == fitKeyValue);
+        EXPECT_EQ(table + "|" + column, parts) << key;
+    }
+}
+
+TEST(FilterItem, SimpleTextBothWays) {
+    // Each text is read into an item that had both flags and a value, then written back.
+    const std::pair<const char*, const char*> cases[] = {
+        {"%well -> 12", "%well -> 12"},
+        {" %well , not,and->1, 2 ", "%well,not,and -> 1,2"},
+        {"curves,AND -> \"a b\",\"c,d\"", "curves,and -> \"a b\",\"c,d\""},
+        {"%field", "%field -> "},
+    };
+    for (const auto& [text, written] : cases) {
+        TFilterItem item;
+        item.Not = item.And = true;
+        item.Values.Add("old");
+        item.FromSimpleText(text);
+        EXPECT_EQ(item.ToSimpleText(), written);
+    }
+    TFilterItem item;
+    item.FromSimpleText("%well,not,and -> 1,\"2 3\"");
+    EXPECT_TRUE(item.GetItemType() == fitLevel && item.Key == "%well" && item.Not && item.And);
+    EXPECT_EQ(item.Values, (TStringList{"1", "2 3"}));
+    TFilter f;
+    f.ReadimpleText(TStringList{"%well,not -> 1", "  ", "tables -> a,b"});
+    TStringList lines;
+    f.FillToSimpleText(lines);
+    EXPECT_EQ(lines, (TStringList{"%well,not -> 1", "tables -> a,b"}));
+    f.ReadSimpleText(TStringList{"curves -> GK"});
+    EXPECT_EQ(f.GetCount(), 1);
+}
+
+TEST(Filter, XmlBothWaysWritesOnlyItemsWithKeyAndValues) {
+    TFilter f;
+    AddItem(f, "%well", {"12", "a<b"}, true, false, "!=");
+    AddItem(f, "", {"lost"});
+    AddItem(f, "%field", {});
+    AddItem(f, "curves", {"GK"}, false, true);
+    pugi::xml_document doc;
+    pugi::xml_node command = doc.append_child("command");
+    f.FillToXml(nullptr, command);
+    EXPECT_EQ(Raw(command),
+              "<command><Filter>"
+              "<Item Param=\"%well\" Oper=\"!=\" Not=\"true\"><Items><Item>12</Item>"
+              "<Item>a&lt;b</Item></Items></Item>"
+              "<Item Param=\"curves\" Oper=\"=\" And=\"true\"><Items><Item>GK</Item></Items></Item>"
+              "</Filter></command>");
+    f.CheckAndCorrect();  // only the empty key goes
+    EXPECT_EQ(f.GetCount(), 3);
+    EXPECT_EQ(f.GetFilledItemsCount(), 2);
+
+    ASSERT_TRUE(doc.load_string(R"(<answer><Filter>
+        <Item Param="%well" And="True" Not="0"><Items><Item>1</Item><x>no</x></Items></Item>
+        <item Param="skipped"/><Item Param="curves" Oper="!=" Not="1"/></Filter></answer>)"));
+    f.ReadFromXml(nullptr, doc.document_element());
+    ASSERT_EQ(f.GetCount(), 2);
+    EXPECT_EQ(f.GetItem(0).Oper, "=");
+    EXPECT_TRUE(f.GetItem(0).And && !f.GetItem(0).Not);
+    EXPECT_EQ(f.GetItem(0).Values, (TStringList{"1"}));
+    EXPECT_TRUE(f.GetItem(1).Not && f.GetItem(1).Oper == "!=" && f.GetItem(1).Values.Empty());
+
+    const std::string text = f.FillToXmlStr();  // the UTF-8 document form
+    EXPECT_NE(text.find("encoding=\"UTF-8\""), std::string::npos);
+    TFilter back;
+    back.ReadFromXmlStr(text);
+    ASSERT_EQ(back.GetCount(), 1);
+    EXPECT_TRUE(back.GetItem(0).And);
+    for (const char* bad : {"<Filter><Item Param=\"a\"", "not xml", ""}) {
+        back.ReadFromXmlStr(bad);
+        EXPECT_EQ(back.GetCount(), 0) << bad;
+    }
+}
+
+TEST(Filter, CheckedXmlSkipsMissingLevelsAndConvertsDates) {
+    SetShortDateFormat("dd.MM.yyyy");
+    TDatabase db;
+    db.GetStructure().AddNewItem().Type = "%well";
+    TDbStructItem& date = db.GetStructure().AddNewItem();
+    date.Type = "%date";
+    date.ExType = dsetDate;
+    auto write = [&](const TFilter& f, TFilterCheckFlags flags) {
+        pugi::xml_document doc;
+        f.FillToXmlWithCheck(&db, doc.append_child("c"), flags);
+        return Raw(doc.first_child());
+    };
+
+    TFilter f;
+    AddItem(f, "%gone", {"2"});
+    AddItem(f, "%date", {"1.2.2020", ">3.4.2021", "<05.06.2022", "1.2.2020 - 3.4.2021", "0"});
+    AddItem(f, "hist_date", {"7.8.2019"});
+    AddItem(f, "%well", {"1.2.2020"});  // not a date level: as it stands
+    const std::string rest =
+        "<Item Param=\"%date\" Oper=\"=\"><Items><Item>01.02.2020</Item>"
+        "<Item>&gt;03.04.2021</Item><Item>&lt;05.06.2022</Item>"
+        "<Item>01.02.2020-03.04.2021</Item><Item>0</Item></Items></Item>"
+        "<Item Param=\"hist_date\" Oper=\"=\"><Items><Item>07.08.2019</Item></Items></Item>"
+        "<Item Param=\"%well\" Oper=\"=\"><Items><Item>1.2.2020</Item></Items></Item></Filter></c>";
+    const std::string gone =
+        "<c><Filter><Item Param=\"%gone\" Oper=\"=\"><Items><Item>2</Item>"
+        "</Items></Item>";
+    EXPECT_EQ(write(f, {fcfCheckAll}), "<c><Filter>" + rest);
+    EXPECT_EQ(write(f, {fcfCheckLevels}), "<c><Filter>" + rest);
+    EXPECT_EQ(write(f, {fcfCheckKeyValues}), gone + rest);
+
+    TFilter bad;
+    AddItem(bad, "file_date", {"31.02.2020"});
+    try {
+        write(bad, {});
+        ADD_FAILURE();
+    } catch (const EConvertError& e) {
+        EXPECT_STREQ(e.what(),
+                     "Строка даты \"31.02.2020\" не соотвествует формату \"dd.MM.yyyy\" либо "
+                     "введённые значения некорректные");
+    }
+}
+
+TEST(Filter, HumanReadableText) {
+    TDbStruct s;
+    TDbStructItem& well = s.AddNewItem();
+    well.Type = "%well";
+    well.DisplayName = "Скважина";
+    TFilter f;
+    AddItem(f, "%WELL", {"1", "2"}, false, true);
+    AddItem(f, "*strat.name", {"J1"}, true);
+    AddItem(f, "strat_any_names", {"a"}, true, false, "!=");
+    AddItem(f, "curves", {"GK"}, false, false, "!=");
+    AddItem(f, "%other", {});
+    EXPECT_EQ(f.ToHumanReadableText(&s),
+              "Скважина = (ВСЕ) 1, 2\r\nstrat.name != J1\r\n"
+              "Любой из объектов стратиграфии = a\r\nКривые != GK\r\n%other = ");
+}
+
+TEST(Filters, CurrentFindAndDelete) {
+    TFilters set;
+    EXPECT_EQ(set.FindByName("")->GetCount(), 0);  // adds an empty filter and makes it current
+    ASSERT_EQ(set.GetCount(), 1);
+    TFilter foreign;
+    foreign.Name = "Copy";
+    AddItem(foreign, "%well", {"1"});
+    set.SetCurrent(&foreign);  // a copy is added
+    ASSERT_EQ(set.GetCount(), 2);
+    EXPECT_NE(set.GetCurrent(), &foreign);
+    EXPECT_EQ(set.FindByName("copy"), set.GetCurrent());
+    EXPECT_EQ(set.GetCurrent()->GetItem(0).Values, (TStringList{"1"}));
+
+    try {
+        set.Delete("nothing");
+        ADD_FAILURE();
+    } catch (const Error& e) {
+        EXPECT_STREQ(e.what(), "TFilters.Delete: Указанный фильтр Filter не найден");
+    }
+    set.Delete("");  // the unnamed first filter; the current one stays current
+    EXPECT_EQ(set.GetCurrent()->Name, "Copy");
+    set.Delete("COPY");
+    EXPECT_EQ(set.CurrentIndex, -1);
+}
+
+TEST(Filters, IniRoundTripThroughFile) {
+    const auto file = std::filesystem::temp_directory_path() /
+                      ("ostradb-filters-" + std::to_string(::getpid()) + ".ini");
+    TFilters saved;
+    saved.UseAsGlobal = true;
+    saved.Add().Name = "A";
+    AddItem(saved.GetItem(0), "%well", {"1", "two words", "x\"y"}, true, true, "!=");
+    saved.Add().Name = "B";
+    AddItem(saved.GetItem(1), "curves", {"a,b"});
+    saved.SetCurrent(&saved.GetItem(1));
+    {
+        TMemIniFile ini(file);
+        saved.SaveSettingsToIni(ini, "Db/");
+        ini.WriteString("Hand", "Count", "3");  // a hand-written filter
+        ini.WriteString("Hand", "Key1", "%well");
+        ini.WriteString("Hand", "Value1", "\"1,2\"");
+        ini.WriteString("Hand", "Value2", "no key");
+        ini.WriteString("Hand", "Key3", "curves");
+        ini.UpdateFile();
+    }
+    const TMemIniFile ini(file);
+    std::filesystem::remove(file);
+    EXPECT_EQ(ini.ReadString("Db/Filters", "CurrentFilter", ""), "B");
+    EXPECT_EQ(ini.ReadString("Db/Filters2", "Name", ""), "B");
+    EXPECT_EQ(ini.ReadString("Db/Filters2", "Value1", ""), "\"\"a,b\"\"");
+
+    TFilters loaded;
+    loaded.LoadSettingsFromIni(ini, "Db/");
+    EXPECT_TRUE(loaded.UseAsGlobal);
+    ASSERT_EQ(loaded.GetCount(), 2);
+    EXPECT_EQ(loaded.GetCurrent(), &loaded.GetItem(1));
+    const TFilterItem& item = loaded.GetItem(0).GetItem(0);
+    EXPECT_EQ(item.Values, (TStringList{"1", "two words", "x\"y"}));
+    EXPECT_TRUE(item.Oper == "!=" && item.Not && item.And);
+    EXPECT_EQ(loaded.GetItem(1).GetItem(0).Values, (TStringList{"a,b"}));
+
+    TFilter hand;
+    hand.LoadSettingsFromIni(ini, "Hand");
+    ASSERT_EQ(hand.GetCount(), 2);  // the item without a key is dropped
+    EXPECT_EQ(hand.GetItem(0).Values, (TStringList{"1", "2"}));
+    EXPECT_EQ(hand.GetItem(1).Oper, "=");
+}
+
+}  // namespace
+}  // namespace ostradb

@@ -1,0 +1,412 @@
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "ostradb/model/db_struct.hpp"
+#include "ostradb/model/level_files.hpp"
+#include "ostradb/serial/xml.hpp"
+#include "ostradb/serial/xml_serializer.hpp"
+#include "ostradb/util/text.hpp"
+#include "ostradb/util/well_names.hpp"
+
+namespace ostradb {
+namespace {
+
+pugi::xml_node Parse(pugi::xml_document& doc, const std::string& text) {
+    xml::Parse(doc, text);
+    return doc.document_element();
+}
+
+TDbStruct FourLevels() {
+    TDbStruct s;
+    for (const char* type : {"%Field", "%AREA", "%Well", "%survey"})
+        s.AddNewItem().Type = type;
+    return s;
+}
+
+std::vector<std::string> Lines(const TStringList& list) {
+    return list.Lines();
+}
+
+const char* kAnswer = R"(<answer>
+  <file extra_path="x/" name="w12.ws" type="2" trunk_id="T12" is_main="true" file_id="7"
+        flags="1099511627776" UserRights="3">
+    <params><param key="size" value="10"/><note key="no" value="no"/>
+      <param key="author" value="Иванов"/></params>
+    <planshet name="Основной"/>
+    <table name="formation">
+      <data>
+        <curve name="PL" start="0" stop="1" step="0" nvers="2" keystr="k1" keyvalue="v1"
+               dclass="7" quality_mark="3" table="other">
+          <planshets><item name="P1"/><other name="x"/><item name="P2"/></planshets>
+        </curve>
+        <curve name="GK" start="100.5" stop="2500" step="0.1" nvers="1" keystr="" dclass="1"/>
+        <item name="skipped" start="0" stop="0" step="0" nvers="0" keystr="" dclass="0"/>
+      </data>
+      <rows><row><value name="TOP" value="1500" type="float"/><cell name="no"/>
+        <value name="NAME" value="Ю1" type="string"/></row><other/></rows>
+    </table>
+    <path><item value="Месторождение"/><item value="Площадь"/><item value="Скв 12"/>
+      <item value="ГИС"/></path>
+  </file>
+  <File extra_path="" name="upper" type="1" trunk_id="" is_main="false"/>
+  <item/>
+  <file extra_path="" name="b.ws" type="1" trunk_id="" is_main="False">
+    <path><item value="A"/><item value="B"/></path>
+  </file>
+</answer>)";
+
+TEST(LevelFilesRead, ReadsFilesTablesCurvesRowsAndPaths) {
+    pugi::xml_document doc;
+    const TDbStruct levels = FourLevels();
+    TLevelFilesList list;
+    list.Add().Name = "stale";
+    list.ReadFromXml(Parse(doc, kAnswer), &levels);
+
+    ASSERT_EQ(list.GetCount(), 2);
+    const TLevelFile& f = list.GetItem(0);
+    EXPECT_EQ(f.ExtraPath, "x/");
+    EXPECT_EQ(f.Name, "w12.ws");
+    EXPECT_EQ(f.FileType, 2);
+    EXPECT_EQ(f.TrunkId, "T12");
+    EXPECT_TRUE(f.IsMain);
+    EXPECT_EQ(f.FileId, 7);
+    EXPECT_EQ(f.Flags, std::int64_t{1} << 40);
+    EXPECT_EQ(f.UserRights, 3);
+    EXPECT_EQ(Lines(f.Params), (std::vector<std::string>{"size=10", "author=Иванов"}));
+    ASSERT_EQ(f.GetPlanshetsCount(), 1);
+    EXPECT_EQ(f.GetPlanshet(0).Name, "Основной");
+    EXPECT_EQ(Lines(f.PathValues),
+              (std::vector<std::string>{"Месторождение", "Площадь", "Скв 12", "ГИС"}));
+    EXPECT_EQ(Lines(f.PathNames), (std::vector<std::string>{"%field=Месторождение", "%area=Площадь",
+                                                            "%well=Скв 12", "%survey=ГИС"}));
+
+    ASSERT_EQ(f.GetTablesCount(), 1);
+    const TLevelFileTable& t = f.GetTable(0);
+    EXPECT_EQ(t.Name, "formation");
+    ASSERT_EQ(t.GetCurvesCount(), 2);
+    const TLevelFileCurve& pl = t.GetCurve(0);
+    EXPECT_EQ(pl.Table, "other");
+    EXPECT_EQ(pl.NVers, 2);
+    EXPECT_EQ(pl.Keystr, "k1");
+    EXPECT_EQ(pl.Keystr2, "v1");
+    EXPECT_EQ(pl.GetKeyStr(), "v1");
+    EXPECT_EQ(pl.DClass, 7);
+    EXPECT_EQ(pl.QualityMark, 3);
+    EXPECT_EQ(Lines(pl.Planshets), (std::vector<std::string>{"P1", "P2"}));
+    const TLevelFileCurve& gk = t.GetCurve(1);
+    EXPECT_EQ(gk.Table, "formation");  // no "table": the curve's own table
+    EXPECT_FLOAT_EQ(gk.Start, 100.5f);
+    EXPECT_FLOAT_EQ(gk.Step, 0.1f);
+    EXPECT_EQ(gk.QualityMark, 9999);
+    EXPECT_EQ(gk.GetKeyStr(), "");
+    EXPECT_EQ(t.FindCurve("gk"), &gk);
+    ASSERT_EQ(t.Rows.GetCount(), 1);
+    EXPECT_EQ(t.Rows.GetItem(0).GetKeyStr(), "TOP=1500;NAME=Ю1");
+    EXPECT_EQ(t.Rows.GetItem(0).GetItem(0).Type, "float");
+
+    // No "file_id", "flags" or "UserRights"; a path shorter than the structure.
+    const TLevelFile& b = list.GetItem(1);
+    EXPECT_FALSE(b.IsMain);
+    EXPECT_EQ(b.FileId, -1);
+    EXPECT_EQ(b.Flags, 0);
+    EXPECT_EQ(b.UserRights, -1);
+    EXPECT_EQ(Lines(b.PathValues), (std::vector<std::string>{"A", "B"}));
+    EXPECT_TRUE(b.PathNames.Empty());
+
+    // Without a structure no path names at all.
+    list.ReadFromXml(doc.document_element(), nullptr);
+    EXPECT_EQ(list.GetItem(0).PathValues.Count(), 4);
+    EXPECT_TRUE(list.GetItem(0).PathNames.Empty());
+}
+
+TEST(LevelFilesRead, BadRequiredValueRaisesAndKeepsWhatWasRead) {
+    for (const char* second : {R"(<file name="b" trunk_id="" is_main="true" extra_path=""/>)",
+                               R"(<file name="b" type="1" trunk_id="" is_main="yes"/>)",
+                               R"(<file name="b" type="1" is_main="1" flags="x"/>)"}) {
+        pugi::xml_document doc;
+        const std::string text = std::string("<answer><file name=\"a\" type=\"3\" is_main=\"0\">") +
+                                 "<path><item value=\"v\"/></path></file>" + second + "</answer>";
+        TLevelFilesList list;
+        EXPECT_THROW(list.ReadFromXml(Parse(doc, text), nullptr), EConvertError) << second;
+        ASSERT_EQ(list.GetCount(), 2) << second;
+        EXPECT_EQ(list.GetItem(0).FileType, 3);
+        EXPECT_EQ(list.GetItem(0).PathValues.Count(), 1);
+        EXPECT_EQ(list.GetItem(1).Name, "b");
+    }
+}
+
+TEST(LevelFileCurve, TypeAndVisibleNameFollowTheDataClass) {
+    struct Case {
+        std::int32_t dclass;
+        const char* table;
+        ECurvesTypes type;
+        const char* visible;
+    };
+    for (const Case& c : {Case{7, "t", ctColumn, "!C"}, Case{6, "t", ctBed, "#C"},
+                          Case{1, "t", ctSimple, "C"}, Case{3, "formation", ctColumn, "$C"},
+                          Case{11, "FORMATION", ctColumn, "$C"}, Case{2, "formation", ctBed, "#C"},
+                          Case{5, "formation", ctSimple, "C"}, Case{0, "t", ctSimple, "C"}}) {
+        TLevelFileCurve curve;
+        curve.Name = "C";
+        curve.Table = c.table;
+        curve.DClass = c.dclass;
+        EXPECT_EQ(DataClassToCurveType(c.dclass), c.type) << c.dclass;
+        EXPECT_EQ(curve.GetIsBed(), c.type == ctBed) << c.dclass;
+        EXPECT_EQ(curve.GetIsColumn(), c.type == ctColumn) << c.dclass;
+        EXPECT_EQ(curve.GetVisibleName(), c.visible) << c.dclass << " " << c.table;
+    }
+}
+
+TEST(LevelFileFlags, LowestKnownBitDecides) {
+    EXPECT_EQ(FileFlagToString(6), "Находится по некорректному пути");
+    EXPECT_EQ(FileFlagToString(7), "Содержит некорректные данные");
+    EXPECT_EQ(FileFlagToString(4), "При загрузке данных произошла ошибка");
+    EXPECT_EQ(FileFlagToString(8), "");
+    TStringList list{"kept"};
+    FileFlagsToString(0x8000000F, list);
+    EXPECT_EQ(Lines(list), (std::vector<std::string>{"kept", "Содержит некорректные данные",
+                                                     "Находится по некорректному пути",
+                                                     "При загрузке данных произошла ошибка"}));
+}
+
+TLevelFile& AddFile(TLevelFilesList& list, const char* name, std::vector<std::string> path) {
+    TLevelFile& f = list.Add();
+    f.Name = name;
+    for (std::string& p : path)
+        f.PathNames.Add(std::move(p));
+    return f;
+}
+
+std::vector<std::string> Names(const TLevelFilesList& list) {
+    std::vector<std::string> names;
+    for (const TLevelFile& f : list.Files)
+        names.push_back(f.Name);
+    return names;
+}
+
+TEST(LevelFilesSort, SortsByLevelsWithWellNamesNumberFirst) {
+    TLevelFilesList list;
+    AddFile(list, "a", {"%field=Beta", "%well=12"});
+    AddFile(list, "b", {"%field=alpha", "%well=9"});
+    TLevelFile& c = AddFile(list, "c", {"%Field=ALPHA", "%Well=N100"});
+    AddFile(list, "d", {"%field=alpha", "%well=abc"});
+    AddFile(list, "e", {"%field=Alpha", "%well=12a"});
+    AddFile(list, "f", {"%field=beta", "%well=7"});
+    AddFile(list, "g", {});
+    c.TrunkId = "moved whole";
+    list.SmartSort();
+    EXPECT_EQ(Names(list), (std::vector<std::string>{"g", "b", "e", "c", "d", "f", "a"}));
+    EXPECT_EQ(&list.GetItem(3), &c);
+
+    // Levels are compared in the order the files first name them.
+    TLevelFilesList byWell;
+    AddFile(byWell, "y", {"%field=a", "%well=10"});
+    AddFile(byWell, "x", {"%well=2", "%field=b"});
+    byWell.SmartSort();
+    EXPECT_EQ(Names(byWell), (std::vector<std::string>{"y", "x"}));
+    AddFile(byWell, "z", {"%well=1", "%field=a"});
+    AddFile(byWell, "w", {"%area=x"});
+    byWell.SmartSort();  // w: empty field and well, which sort first
+    EXPECT_EQ(Names(byWell), (std::vector<std::string>{"w", "z", "y", "x"}));
+}
+
+TEST(LevelFilesSort, AgreesWithComparingFilesLevelByLevel) {
+    // Random paths with letter-case variants, equal well numbers, names without numbers and
+    // missing levels; the result must be ordered by the plain level-by-level comparison.
+    const char* fields[] = {"Беta", "бЕТА", "alpha", "Альфа", "альфа", ""};
+    const char* wells[] = {"12", "12a", "12А", "N12", "7", "007", "abc", "ABC", "", "100"};
+    std::mt19937 rng(5);
+    TLevelFilesList list;
+    for (int i = 0; i < 400; ++i) {
+        TLevelFile& f = list.Add();
+        if (rng() % 7)
+            f.PathNames.Add(std::string(rng() % 2 ? "%field=" : "%FIELD=") +
+                            fields[rng() % std::size(fields)]);
+        if (rng() % 9) f.PathNames.Add(std::string("%well=") + wells[rng() % std::size(wells)]);
+    }
+    list.SmartSort();
+    auto compare = [](const TLevelFile& a, const TLevelFile& b) {
+        if (int c = CompareText(a.PathNames.Values("%field"), b.PathNames.Values("%field")))
+            return c;
+        return CompareWellNames(a.PathNames.Values("%well"), b.PathNames.Values("%well"));
+    };
+    for (int i = 1; i < list.GetCount(); ++i)
+        ASSERT_LE(compare(list.GetItem(i - 1), list.GetItem(i)), 0) << i;
+}
+
+TLevelFilesList SampleList() {
+    TLevelFilesList list;
+    TLevelFile& f = list.Add();
+    f.Name = "a.ws";
+    f.TrunkId = "T1";
+    f.Flags = std::int64_t{1} << 40;
+    f.UserRights = 5;
+    f.Params.Add("k=v");
+    f.PathValues = TStringList{"F", "12"};
+    f.PathNames = TStringList{"%field=F", "%well=12"};
+    TLevelFileTable& t = f.AddTable();
+    t.Name = "formation";
+    TLevelFileCurve& col = t.AddCurve();
+    col.Table = "formation";
+    col.Name = "A";
+    col.DClass = 3;
+    col.Keystr = "k";
+    col.Keystr2 = "v";
+    col.NVers = 2;
+    TLevelFileCurve& bed = t.AddCurve();
+    bed.Table = "formation";
+    bed.Name = "B";
+    bed.DClass = 2;
+    bed.Keystr = "kb";
+    TLevelFile& g = list.Add();
+    g.Name = "b.ws";
+    g.PathValues = TStringList{"only"};
+    return list;
+}
+
+TEST(LevelFilesExchange, WritesTheApiFormAndReadsItBack) {
+    const TLevelFilesList list = SampleList();
+    pugi::xml_document doc;
+    pugi::xml_node root = doc.append_child("Files");
+    list.SaveToApiXML_Ex(root);
+    const std::string text = xml::ToText(doc, false, "");
+    EXPECT_EQ(text,
+              "<Files><File FileName=\"a.ws\" TrunkId=\"T1\"><Path>"
+              "<Item Name=\"%field\" Value=\"F\"/><Item Name=\"%well\" Value=\"12\"/></Path>"
+              "<Tables><Table Name=\"formation\"><Curves>"
+              "<Curve VisibleName=\"$A\" Name=\"A\" Keystr=\"v\" NVers=\"2\"/>"
+              "<Curve VisibleName=\"#B\" Name=\"B\" Keystr=\"kb\" NVers=\"0\"/>"
+              "</Curves></Table></Tables></File>"
+              "<File FileName=\"b.ws\" TrunkId=\"\"><Path><Item Name=\"\" Value=\"only\"/>"
+              "</Path><Tables/></File></Files>");
+
+    TLevelFilesList back;
+    back.LoadFromApiXMLText(text);
+    ASSERT_EQ(back.GetCount(), 2);
+    EXPECT_EQ(back.GetItem(0).PathNames, list.GetItem(0).PathNames);
+    EXPECT_EQ(back.GetItem(0).PathValues, list.GetItem(0).PathValues);
+    const TLevelFileTable& t = back.GetItem(0).GetTable(0);
+    EXPECT_EQ(t.GetCurve(0).GetVisibleName(), "$A");
+    EXPECT_EQ(t.GetCurve(0).NVers, 2);
+    EXPECT_EQ(t.GetCurve(1).GetVisibleName(), "#B");
+    EXPECT_TRUE(back.GetItem(1).PathNames.Empty());
+    EXPECT_EQ(back.GetItem(1).PathValues.Count(), 1);
+
+    try {
+        list.SaveToApiXML(root);
+        FAIL() << "no exception";
+    } catch (const TSaveToApiXMLDepricated& e) {
+        EXPECT_STREQ(e.what(), "TLevelFilesList.SaveToApiXML is deprecated");
+    }
+}
+
+TEST(LevelFilesSerializer, RoundTripsUnderFilesWith64BitValues) {
+    const TLevelFilesList list = SampleList();
+    pugi::xml_document doc;
+    pugi::xml_node root = doc.append_child("root");
+    SaveToXML(list, "List", root);
+    const pugi::xml_node item = root.child("List").child("Files").child("Item");
+    EXPECT_STREQ(item.attribute("Flags").value(), "1099511627776");
+    EXPECT_STREQ(item.attribute("UserRights").value(), "5");
+    EXPECT_STREQ(item.child("Params").child("Item").text().get(), "k=v");
+    EXPECT_STREQ(item.child("Tables")
+                     .child("Item")
+                     .child("Curves")
+                     .child("Item")
+                     .attribute("Keystr2")
+                     .value(),
+                 "v");
+
+    TLevelFilesList back;
+    LoadFromXML(back, "List", root);
+    ASSERT_EQ(back.GetCount(), 2);
+    const TLevelFile& f = back.GetItem(0);
+    EXPECT_EQ(f.Flags, std::int64_t{1} << 40);
+    EXPECT_EQ(f.UserRights, 5);
+    EXPECT_EQ(f.PathNames, list.GetItem(0).PathNames);
+    ASSERT_EQ(f.GetTablesCount(), 1);
+    EXPECT_EQ(f.GetTable(0).GetCurve(1).Keystr, "kb");
+    EXPECT_EQ(back.GetItem(1).FileId, -1);
+}
+
+TEST(LevelFilesViewsList, ReadsPlansheetsTablesColumnsCurvesAndRows) {
+    pugi::xml_document doc;
+    TLevelFilesList list;
+    list.ReadFromXml(Parse(doc, R"(<answer>
+      <file name="a.ws" type="2" is_main="true" trunk_id="T">
+        <plansheets><plansheet name="P1"/><plansheet name="P2"/></plansheets>
+        <table_info tname="strat" shownames="Стратиграфия">
+          <Fields><Field Name="TOP"/><field Name="no"/><Field Name="NAME"/></Fields>
+          <obj_info name="S1" dclass="3" keystr="k" keyvalue="kv" qualitymark="4"
+                    qualitymarkstr="7"><value name="TOP" value="10" type="float"/></obj_info>
+          <obj_info name="S2" qualitymarkstr="6" start="1.5"/>
+          <obj_info name="S3" qualitymarkstr="плохо"/>
+        </table_info>
+      </file><other/></answer>)"),
+                     nullptr, true);
+    ASSERT_EQ(list.GetCount(), 1);
+    const TLevelFile& f = list.GetItem(0);
+    EXPECT_EQ(f.FileType, 2);
+    EXPECT_EQ(f.TrunkId, "T");
+    ASSERT_EQ(f.GetPlanshetsCount(), 2);
+    EXPECT_EQ(f.GetPlanshet(1).Name, "P2");
+    ASSERT_EQ(f.GetTablesCount(), 1);
+    const TLevelFileTable& t = f.GetTable(0);
+    EXPECT_EQ(t.Name, "strat");
+    EXPECT_EQ(t.ShowNames, "Стратиграфия");
+    ASSERT_EQ(t.Cols.GetCount(), 2);
+    EXPECT_EQ(t.Cols.GetItem(1).Name, "NAME");
+    ASSERT_EQ(t.GetCurvesCount(), 3);
+    EXPECT_EQ(t.GetCurve(0).GetVisibleName(), "!S1");
+    EXPECT_EQ(t.GetCurve(0).GetKeyStr(), "kv");
+    EXPECT_EQ(t.GetCurve(0).QualityMark, 4);
+    EXPECT_EQ(t.GetCurve(1).QualityMark, 6);
+    EXPECT_FLOAT_EQ(t.GetCurve(1).Start, 1.5f);
+    EXPECT_EQ(t.GetCurve(2).QualityMark, 9999);
+    ASSERT_EQ(t.Rows.GetCount(), 1);
+    EXPECT_EQ(t.Rows.GetItem(0).GetKeyStr(), "TOP=10");
+}
+
+TEST(LevelFiles, AssignFindFilterAndRights) {
+    TLevelFilesList list = SampleList();
+    TLevelFilesList copy;
+    copy.Assign(list);
+    copy.GetItem(0).GetTable(0).GetCurve(0).Name = "changed";
+    EXPECT_EQ(list.GetItem(0).GetTable(0).GetCurve(0).Name, "A");
+    EXPECT_EQ(copy.FindByName("B.WS"), &copy.GetItem(1));
+    EXPECT_EQ(copy.FindByName("c.ws"), nullptr);
+    TStringList names{"old"};
+    copy.GetFileNames(names);
+    EXPECT_EQ(Lines(names), (std::vector<std::string>{"a.ws", "b.ws"}));
+
+    TLevelFile& f = list.GetItem(0);
+    f.AddTable().Name = "depth";
+    f.GetTable(1).AddCurve().Name = "GK";
+    TLevelFileInternalFilter filter;
+    filter.CurveTypes = {ctSimple, ctColumn};
+    f.FilterCurves(filter);
+    EXPECT_EQ(f.GetTable(0).GetCurvesCount(), 1);  // the bed is gone
+    EXPECT_EQ(f.GetTable(0).GetCurve(0).Name, "A");
+    filter.TableNames = TStringList{"DEPTH"};
+    f.FilterCurves(filter);
+    EXPECT_EQ(f.GetTable(0).GetCurvesCount(), 0);
+    EXPECT_EQ(f.GetTable(1).GetCurvesCount(), 1);
+
+    struct Case {
+        std::int64_t rights;
+        bool readOnly, full;
+    };
+    for (const Case& c : {Case{-1, false, true}, Case{1, true, false}, Case{7, false, true},
+                          Case{3, false, false}, Case{64, true, false}, Case{127, false, true}}) {
+        f.UserRights = c.rights;
+        EXPECT_EQ(f.IsReadOnly(), c.readOnly) << c.rights;
+        EXPECT_EQ(f.IsFullAccess(), c.full) << c.rights;
+    }
+}
+
+}  // namespace
+}  // namespace ostradb

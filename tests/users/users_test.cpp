@@ -1,0 +1,231 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "ostradb/model/databases.hpp"
+#include "ostradb/serial/xml.hpp"
+#include "ostradb/serial/xml_serializer.hpp"
+#include "ostradb/users/users.hpp"
+
+namespace ostradb {
+namespace {
+
+TEST(Rights, TableAndDisplayNames) {
+    const TRights rights;
+    static_assert(TRights::Count == 7);
+    for (int i = 0; i < TRights::Count; ++i)
+        EXPECT_EQ(rights.Item(i).Bit, 1u << i);
+    EXPECT_THROW(rights.Item(7), EListError);
+    EXPECT_EQ(rights.RightsToString(0), "");
+    EXPECT_EQ(rights.RightsToString(33), "Просмотр данных, Управление правами пользователей");
+    EXPECT_EQ(rights.RightsToString(0x80 | 64), "Просмотр каталогов");
+    EXPECT_EQ(rights.RightsToString(0x7F),
+              "Просмотр данных, Изменение данных ws-файлов, Добавление/удаление ws-файлов, "
+              "Управление списком баз данных, Управление сервером, Управление правами "
+              "пользователей, Просмотр каталогов");
+}
+
+TEST(Attributes, FindIgnoresCaseAndDeleteByNameRemovesEveryMatch) {
+    TFPAttributes attrs;
+    for (const char* name : {"Отдел", "x", "ОТДЕЛ", "отдел", "y", "Отдел"})
+        attrs.Add().Name = name;
+    attrs.Item(1).Value = "1";
+    EXPECT_EQ(attrs.FindByName("X"), &attrs.Item(1));
+    EXPECT_EQ(attrs.FindByName("отдел"), &attrs.Item(0));
+    EXPECT_EQ(attrs.FindByName("z"), nullptr);
+    attrs.DeleteByName("отДЕЛ");
+    ASSERT_EQ(attrs.Count(), 2);
+    EXPECT_EQ(attrs.Item(0).Name, "x");
+    EXPECT_EQ(attrs.Item(1).Name, "y");
+}
+
+TEST(Users, FindIsCaseSensitiveAndDeleteTakesOnlyOwnItems) {
+    TUmData data;
+    TUsers& users = data.Users();
+    users.AddNew().User = "admin";
+    users.AddNew().User = "Админ";
+    EXPECT_EQ(users.Find("Admin"), nullptr);
+    EXPECT_EQ(users.Find("admin"), &users.Item(0));
+    EXPECT_EQ(users.Find("админ"), nullptr);
+    EXPECT_EQ(users.Find("Админ"), &users.Item(1));
+
+    TUmData other;
+    TUser& foreign = other.Users().AddNew();
+    foreign.User = "admin";
+    users.Delete(&foreign);
+    EXPECT_EQ(users.Count(), 2);
+    users.Delete(users.Find("admin"));
+    ASSERT_EQ(users.Count(), 1);
+    EXPECT_EQ(users.Item(0).User, "Админ");
+
+    TUserGroup& g = data.Groups().AddNew();
+    data.Groups().Delete(&other.Groups().AddNew());
+    EXPECT_EQ(data.Groups().Count(), 1);
+    data.Groups().Delete(&g);
+    EXPECT_EQ(data.Groups().Count(), 0);
+}
+
+TEST(Groups, DefaultsAssignAndMembership) {
+    TUserGroups groups;
+    TUserGroup& a = groups.AddNew();
+    EXPECT_EQ(a.Rights, 1u);
+    a.Name = "Admins";
+    a.Rights = 33;
+    a.GroupId = "1";
+    a.ParentId = "0";
+    a.Users = TStringList{"Admin"};
+    a.Attributes.Add().Name = "n";
+    TDbPremission& p = a.DbPremissions.Add();
+    p.Database = "db";
+    TLevelsPermission& fp = p.AddFileRights(3);
+    EXPECT_EQ(fp.GroupsRights, 0u);
+    EXPECT_EQ(fp.Levels.Lines(), (std::vector<std::string>{"", "", ""}));
+
+    TUserGroup& b = groups.AddNew();
+    b.ParentId = "1";
+    b.Assign(a);
+    EXPECT_EQ(b.Name, "Admins");
+    EXPECT_EQ(b.Rights, 33u);
+    EXPECT_EQ(b.GroupId, "1");
+    EXPECT_EQ(b.ParentId, "1");  // keeps its own place in the tree
+    EXPECT_EQ(b.Users, a.Users);
+    ASSERT_EQ(b.DbPremissions.Count(), 1);
+    EXPECT_EQ(b.DbPremissions.Item(0).FileRightsCount(), 1);
+    b.DbPremissions.Item(0).Database = "changed";
+    EXPECT_EQ(a.DbPremissions.FindByDbName("DB"), &p);
+    EXPECT_EQ(b.Attributes.Count(), 1);
+
+    EXPECT_TRUE(a.ContainsUser("admin"));
+    EXPECT_FALSE(a.ContainsUser("admi"));
+}
+
+TEST(Groups, SetUserInGroupsAndExcludeUser) {
+    TUserGroups groups;
+    for (const char* name : {"A", "B", "C"})
+        groups.AddNew().Name = name;
+    groups.Item(0).Users = TStringList{"ivan", "IVAN", "petr"};
+    groups.Item(1).Users = TStringList{"petr"};
+
+    groups.SetUserInGroups("Ivan", TStringList{"b", "C"});
+    // One entry removed per group; the login added to the named groups.
+    EXPECT_EQ(groups.Item(0).Users.Lines(), (std::vector<std::string>{"IVAN", "petr"}));
+    EXPECT_EQ(groups.Item(1).Users.Lines(), (std::vector<std::string>{"petr", "Ivan"}));
+    EXPECT_EQ(groups.Item(2).Users.Lines(), (std::vector<std::string>{"Ivan"}));
+
+    groups.SetUserInGroups("petr", TStringList{});
+    for (int i = 0; i < groups.Count(); ++i)
+        EXPECT_FALSE(groups.Item(i).ContainsUser("petr")) << i;
+
+    TUser ivan;
+    ivan.User = "ivan";
+    groups.ExcludeUser(ivan);
+    EXPECT_EQ(groups.Item(0).Users.Lines(), std::vector<std::string>{});
+    EXPECT_EQ(groups.Item(1).Users.Lines(), std::vector<std::string>{});
+    EXPECT_EQ(groups.Item(2).Users.Lines(), std::vector<std::string>{});
+}
+
+TEST(UmData, CleanDataDropsPermissionsOfMissingDatabases) {
+    TDatabasesList dbs;
+    dbs.Items.Add().Name = "Main";
+    dbs.Items.Add().Name = "Архив";
+    TUmData data;
+    TUserGroup& g = data.Groups().AddNew();
+    for (const char* db : {"gone1", "gone2", "main", "gone3", "gone4", "АРХИВ", "gone5"})
+        g.DbPremissions.Add().Database = db;
+    TUserGroup& h = data.Groups().AddNew();
+    h.DbPremissions.Add().Database = "x";
+    h.DbPremissions.Add().Database = "y";
+    data.CleanData(dbs);
+    ASSERT_EQ(g.DbPremissions.Count(), 2);
+    EXPECT_EQ(g.DbPremissions.Item(0).Database, "main");
+    EXPECT_EQ(g.DbPremissions.Item(1).Database, "АРХИВ");
+    EXPECT_EQ(h.DbPremissions.Count(), 0);
+}
+
+TEST(UmData, CheckForConsistencyNeedsAMemberWhoAdministersUsers) {
+    const char* message =
+        "В списке пользователей нету пользователей с правами управления списком пользователей";
+    TUmData data;
+    EXPECT_NO_THROW(data.CheckForConsistency());  // no users at all
+
+    data.Users().AddNew().User = "ivan";
+    TUserGroup& admins = data.Groups().AddNew();
+    admins.Rights = 32;
+    TUserGroup& viewers = data.Groups().AddNew();
+    viewers.Users.Add("IVAN");
+    viewers.DbPremissions.Add().Rights = 32;  // per-database rights don't count
+    try {
+        data.CheckForConsistency();
+        FAIL() << "no exception";
+    } catch (const Error& e) {
+        EXPECT_STREQ(e.what(), message);
+    }
+    EXPECT_EQ(data.Groups().Count(), 2);
+
+    viewers.Rights = 1 | 32;
+    EXPECT_NO_THROW(data.CheckForConsistency());
+    viewers.Rights = 1;
+    admins.Users.Add("Ivan");
+    EXPECT_NO_THROW(data.CheckForConsistency());
+}
+
+TEST(UmData, WritesAndReadsUserPermissionsData) {
+    TUmData data;
+    TUser& u = data.Users().AddNew();
+    u.User = "admin";
+    u.Name = "Администратор";
+    u.Pass = "a1b2";
+    TFPAttribute& attr = u.Attributes.Add();
+    attr.Name = "Отдел";
+    attr.Value = "ГИС";
+    TUserGroup& g = data.Groups().AddNew();
+    g.Name = "Admins";
+    g.Rights = 33;
+    g.GroupId = "7";
+    g.ParentId = "1";
+    g.Users.Add("admin");
+    TDbPremission& p = g.DbPremissions.Add();
+    p.Database = "db";
+    p.Rights = 3;
+    TLevelsPermission& fp = p.AddFileRights(1);
+    fp.Levels[0] = "Самотлор";
+    fp.FileName = "a.ws";
+    fp.GroupsRights = 1;
+
+    pugi::xml_document doc;
+    pugi::xml_node packet = doc.append_child("packet");
+    SaveToXML(data, "UserPermissionsData", packet);
+    EXPECT_EQ(xml::ToText(doc, false, ""),
+              "<packet><UserPermissionsData>"
+              "<Users><Item User=\"admin\" Name=\"Администратор\" Pass=\"a1b2\"><Attributes>"
+              "<Item Name=\"Отдел\" Value=\"ГИС\"/></Attributes></Item></Users>"
+              "<Groups><Item Name=\"Admins\" Rights=\"33\" GroupId=\"7\" ParentId=\"1\">"
+              "<DbPremissions><Item Database=\"db\" Rights=\"3\"><FilesPerms>"
+              "<Item FileName=\"a.ws\" GroupsRights=\"1\"><Levels><Item>Самотлор</Item></Levels>"
+              "</Item></FilesPerms></Item></DbPremissions>"
+              "<Users><Item>admin</Item></Users><Attributes/></Item></Groups>"
+              "</UserPermissionsData></packet>");
+
+    TUmData back;
+    back.Users().AddNew().User = "stale";
+    LoadFromXML(back, "UserPermissionsData", packet);
+    ASSERT_EQ(back.Users().Count(), 1);
+    EXPECT_EQ(back.Users().Item(0).Name, "Администратор");
+    EXPECT_EQ(back.Users().Item(0).Pass, "a1b2");
+    EXPECT_EQ(back.Users().Item(0).Attributes.Item(0).Value, "ГИС");
+    ASSERT_EQ(back.Groups().Count(), 1);
+    const TUserGroup& bg = back.Groups().Item(0);
+    EXPECT_EQ(bg.Rights, 33u);
+    EXPECT_EQ(bg.ParentId, "1");
+    EXPECT_TRUE(bg.ContainsUser("ADMIN"));
+    ASSERT_EQ(bg.DbPremissions.Count(), 1);
+    EXPECT_EQ(bg.DbPremissions.Item(0).Rights, 3u);
+    ASSERT_EQ(bg.DbPremissions.Item(0).FileRightsCount(), 1);
+    EXPECT_EQ(bg.DbPremissions.Item(0).FileRight(0).Levels.Lines(),
+              std::vector<std::string>{"Самотлор"});
+    EXPECT_EQ(bg.DbPremissions.Item(0).FileRight(0).GroupsRights, 1u);
+}
+
+}  // namespace
+}  // namespace ostradb
