@@ -140,6 +140,9 @@ public:
     // The only structure when there is one; else, with no current index, the first default
     // one; else the one at the current index (null when that index is out of range).
     TDbLogicalStruct* GetCurrent();
+    const TDbLogicalStruct* GetCurrent() const {
+        return const_cast<TDbLogicalStructures*>(this)->GetCurrent();
+    }
     // Makes s current when it is one of the structures; otherwise nothing changes.
     void SetCurrent(const TDbLogicalStruct* s);
     TDbLogicalStruct* GetDefault();

@@ -26,10 +26,16 @@
 #include <pugixml.hpp>
 
 #include "ostradb/export.hpp"
+#include "ostradb/protocol/admin_commands.hpp"
+#include "ostradb/protocol/catalog_commands.hpp"
+#include "ostradb/protocol/dataserver_commands.hpp"
 #include "ostradb/protocol/errors.hpp"
+#include "ostradb/protocol/file_commands.hpp"
+#include "ostradb/protocol/level_commands.hpp"
 #include "ostradb/protocol/search_commands.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
+#include "ostradb/protocol/trunk_commands.hpp"
 #include "ostradb/protocol/well_commands.hpp"
 #include "ostradb/users/rights.hpp"
 
@@ -203,10 +209,168 @@ public:
     void GetServerVersion(TServerVersion& Version);
 
     // ---- Files (src/protocol/file_commands.cpp) -------------------------------------------
+    //
+    // File names may address another server ("WSTP://.../HOST:name//PORT:n/..."): the request
+    // goes there, and afterwards the client points at its own host and port again, whatever
+    // happened. Lists of names are checked on a copy; the caller's list is not changed.
+
+    // The caller's rights on the file; the empty set when the user cancelled a login.
+    TUserRights GetFileRights(const std::string& FileName);
+    // The file's contents into Stream (dropped when null). The name is sent as given.
+    void GetFileContents(const std::string& FileName, std::ostream* Stream);
+    // GetFileContents, and the file's real name (when the server gives one) and times.
+    void GetFileContentsEx(const std::string& FileName, std::ostream* Stream, TFileInfo& Info);
+    // Stores Stream's bytes, from its start, as the file's contents. The name is sent as given.
+    void PutFileContents(const std::string& FileName, std::istream* Stream);
+
+    // Importing. Values holds the file's bindings to levels, "type=value" per line (for a
+    // repeated type the first value counts); an empty type or value raises Error before
+    // anything is sent. ExtraPath is the path below the bound levels; TransformName lets the
+    // server adapt the name. The times of a local original (creation, last write, last access)
+    // go with the request.
+    //
+    // Stores the local file FileName in database DbId. The file is opened read-only and locked
+    // exclusively (EFileError naming it when that fails, before anything is built), streamed,
+    // and closed on every way out.
+    void ImportFile(std::int32_t DbId, const std::string& FileName, const TStringList& Values,
+                    bool TransformName, const std::string& ExtraPath);
+    // The name under which OrigFileName would be stored.
+    void GetFileName(std::int32_t DbId, const std::string& OrigFileName, const TStringList& Values,
+                     bool TransformName, const std::string& ExtraPath, std::string& Name);
+    // Creates the directory that the bindings and ExtraPath name.
+    void CreateDir(std::int32_t DbId, const TStringList& Values, const std::string& ExtraPath);
+
+    // Makes the server read the file's information again.
+    void UpdateFileInfo(const std::string& FileName);
+    bool FileExists(const std::string& FileName);
+    // Deletes the files; Log tells the outcome of each.
+    void DeleteFiles(const TStringList& Files, TSimpleResultLog& Log);
+    // Both names are sent as given.
+    void MoveFile(const std::string& Source, const std::string& Destination);
+    // Switches the server's watching of the database's directories on or off.
+    void SetFsTrackingMode(std::int32_t DbId, bool Mode);
+    // The files of the database that failed to load.
+    void RequestErroneousFilesList(std::int32_t DbId, TErroneousFiles& Files);
+    // The files of the database that are blocked.
+    void GetBlockedFilesList(std::int32_t DbId, TStringList& Names);
+    // Database, read-only flag and rights of each file. Info is emptied first.
+    void GetSimpleFileInfo(const TStringList& Files, TSimpleFileInfoItems& Info);
+    // Sets or resets the read-only attribute of each file; Items is not changed.
+    void ChangeFilesAttributes(const TChangeFileAttrItems& Items);
 
     // ---- Database catalog and server jobs (src/protocol/catalog_commands.cpp) -------------
 
+    // The databases of the server. With WithStructs, then each database's structure, one
+    // request per database in list order; a failure ends the loop and keeps what was read.
+    void RequestDatabasesListEx(TDatabasesList& List, bool WithStructs);
+    // RequestDatabasesListEx with the structures.
+    void RequestDatabasesList(TDatabasesList& List);
+    void RequestDbStruct(std::int32_t DbId, TDbStruct& Struct);
+    // Rebuilds Databases from the server: the list with structures, then for each database
+    // its structure once more, into the database and as its default logical structure.
+    void RequestDatabases(TDatabases& Databases);
+
+    // The commands with progress install Handler on OnInfo for their request and always clear
+    // it afterwards. Only AddDatabase and ReloadBadFilesWithProgress tell the server that
+    // progress packets are welcome, and only when a handler is given.
+    // Returns the new database's identifier.
+    std::int32_t AddDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
+    void UpdateDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
+    void DeleteDatabase(std::int32_t DbId);
+
+    void RequestVTableList(TVTables& VTables);
+    void RequestVTableOptions(TVTableOptions& Options);
+    // Merging of virtual tables: start, poll (Percent from 0 to 100), stop.
+    void MergeVTableDB(std::int32_t DbId, bool UseDelete, bool FailNoConnect);
+    void RequestMergeVTableStatus(std::int32_t DbId, double& Percent);
+    void RequestMergeVTableFullStatus(std::int32_t DbId, double& Percent, std::string& ResultText);
+    void StopMergeVTableDB(std::int32_t DbId);
+
+    void ReloadDatabaseStruct(std::int32_t DbId);
+    // Reloads the files of the database that failed to load.
+    void ReloadBadFiles(std::int32_t DbId);
+    void ReloadBadFilesWithProgress(std::int32_t DbId, TInfoPacketEvent Handler);
+    void DeleteUnusedLevels(std::int32_t DbId);
+
+    // The server-side well-file program: where it lies, and starting it with a command line.
+    void RequestWFExePath(std::string& Path);
+    void StartWFOstra(const std::string& CommandLine);
+
     // ---- Levels, filters and columns (src/protocol/level_commands.cpp) --------------------
+
+    // Levels is the path of level identifiers from the top of a database's hierarchy.
+    // FnFilter, when not empty, narrows the files by name.
+
+    // Clears List, then fills it with the files of the level.
+    void RequestFiles(TLevelFilesList& List, std::int32_t DbId, const TIntegerArray& Levels,
+                      TReqFilesFlags Flags, const std::string& FnFilter);
+    // RequestFiles along a logical structure; the files' paths are named by DbInfo's
+    // structure and every file gets DbInfo's id as its database.
+    void RequestFilesForLogStruct(TLevelFilesList& List, const TDatabaseInfo& DbInfo,
+                                  const TIntegerArray& Levels, TReqFilesFlags Flags,
+                                  const std::string& FnFilter, const TDbLogicalStruct& LogStruct);
+    // The values of the next level below Levels. LogDbStruct (may be null) lists the level
+    // types of a logical structure, top first.
+    void RequestLevelsList(std::int32_t DbId, const TIntegerArray& Levels, bool UseFilters,
+                           bool IncludeCurves, bool IncludeFiles, const TStringList* LogDbStruct,
+                           TLevelsList& List);
+    // The values of the next level below Levels along LogStruct (may be null).
+    void RequestLevelsForLogStruct(TLevelsList& List, const TDatabaseInfo& DbInfo,
+                                   const TIntegerArray& Levels, bool UseFilters,
+                                   const TDbLogicalStruct* LogStruct);
+    // Sends the level types of a logical structure, top first. DbId is accepted and not sent.
+    void SetLogDbStruct(std::int32_t DbId, const TStringList& Types);
+
+    // Filters. DbStruct may be null; it names levels only where the server's answer is read.
+
+    // Clears Values, then fills them with what the server offers for Request (a navigation
+    // level or column, passed through) under Filter.
+    void RequestFilterPopupList(std::int32_t DbId, const TFilter& Filter, const TDbStruct* DbStruct,
+                                const std::string& Request, TStringList& Values);
+    // RequestFilterPopupList with Filter checked against Database; DbStruct is not used.
+    void RequestFilterPopupValues(const TDatabase& Database, const TFilter& Filter,
+                                  const TDbStruct* DbStruct, const std::string& Request,
+                                  TStringList& Values);
+    // Makes Filter the session's filter of the database.
+    void SetFilter(std::int32_t DbId, const TDbStruct* DbStruct, const TFilter& Filter);
+    // SetFilter with Filter checked against Database.
+    void CheckAndSetFilter(const TDatabase& Database, const TFilter& Filter);
+    // How many files the database holds and how many Filter leaves of them; without
+    // UseFilter no filter is sent.
+    void GetFilterStats(const TDatabase& Database, const TFilter& Filter, TFilterStatistics& Stats,
+                        bool UseFilter);
+    // Replaces Filter by the filter that selects the level path Levels of LogStruct.
+    void ConvertPathToFilter(std::int32_t DbId, const TIntegerArray& Levels,
+                             const TDbStruct* DbStruct, const TDbLogicalStruct& LogStruct,
+                             TFilter& Filter);
+    // Replaces Merged by the server's combination of Filter1 and Filter2.
+    void MergeFilters(const TDatabaseInfo& DbInfo, const TFilter& Filter1, const TFilter& Filter2,
+                      TFilter& Merged);
+
+    // Column names, key values and curves.
+
+    // Clears Names, then fills them with the database's column names (none empty).
+    void GetColumnNames(std::int32_t DbId, TStringList& Names);
+    void GetTableColumnNames(std::int32_t DbId, TTableColumnNames& Names);
+    void GetTableColNames(std::int32_t DbId, const std::string& Table, TStringList& Names);
+    // The column names of table TableName in the files Files. The names may address another
+    // server for this one request; Files itself is not changed.
+    void GetTableColumnNamesForFiles(const TStringList& Files, const std::string& TableName,
+                                     TTableColumnNames& Names);
+    // The server's key values of all files, unfiltered (Filter is not sent), as the element
+    // "files" under a new root "result" of Doc. Doc must be empty: a document that already
+    // has a root raises Error before anything is sent.
+    void RequestKeyValues(const TFilter* Filter, pugi::xml_document& Doc);
+    // The files Files with the key values of ColumnNames; the file names may address
+    // another server for this one request. DbStruct (may be null) names the files' levels.
+    void RequestKeyValuesForFiles(const TDbStruct* DbStruct, const TStringList& Files,
+                                  const TTableColumnNames& ColumnNames, TLevelFilesList& List);
+    // Replaces List by the curves of the level files below Levels once the answer is in.
+    void RequestSimpleCurvesList(std::int32_t DbId, const TIntegerArray& Levels, bool UseFilters,
+                                 TSimpleCurvesList& List);
+    // RequestSimpleCurvesList along Database's current logical structure.
+    void GetSimpleCurvesList(const TDatabase& Database, const TIntegerArray& Levels,
+                             bool UseFilters, bool UseVersions, TSimpleCurvesList& List);
 
     // ---- Search (src/protocol/search_commands.cpp) ----------------------------------------
 
@@ -281,9 +445,126 @@ public:
 
     // ---- Trunks and maps (src/protocol/trunk_commands.cpp) --------------------------------
 
+    // A Filter, when given, narrows the trunks; it goes to the server as it is, not checked
+    // against a database's levels. Null sends no filter.
+
+    // The trunks with the ids given.
+    void GetTrunkObjects(const TStringList& Ids, TTrunkList& Trunks);
+    // The trunks of the files given. FileNames itself loses the address parts of its names;
+    // the request goes to the server they address, and host and port are restored after it.
+    void GetTrunkObjectsForFiles(TStringList& FileNames, TTrunkList& Trunks);
+    void SetTrunkObjects(const TTrunkList& Trunks);
+    // The files of each of the trunks named.
+    void GetFilesNamesForTrunks(std::int32_t DbId, const TStringList& TrunkIds,
+                                const TFilter* Filter, TFilesForTrunkList& Result);
+    // The trunks of a map, each with the extra columns asked for as attributes.
+    void GetMapTrunks(std::int32_t DbId, const TFilter* Filter, const TMapSpecialCols& ExtraCols,
+                      TMapTrunks& Result);
+    // Writes the attributes and layer crossings of the trunks of a map for a stratum
+    // identifier; the flags ask the server to clear the existing attributes or crossings.
+    void WriteTrunksAndPlastsData(std::int32_t DbId, const std::string& StratIdent,
+                                  const TMapTrunks& Trunks, bool ClearAttrs, bool ClearCrosses);
+    // The layer names of a map.
+    void GetPlastNamesForMap(std::int32_t DbId, const TFilter* Filter,
+                             const std::string& StratIdent, TStringList& Result);
+    // Where the trunks cross one layer.
+    void GetPlastsCrossItems(std::int32_t DbId, const TFilter* Filter,
+                             const std::string& StratIdent, const std::string& PlastName,
+                             TMapPlastsCrossItems& Result);
+
     // ---- Server administration (src/protocol/admin_commands.cpp) --------------------------
 
+    // The users, groups and permissions.
+    void GetUmData(TUmData& Data);
+    // Replaces the server's users, groups and permissions; check the data first
+    // (TUmData::CheckForConsistency), this call does not.
+    void SaveUmData(const TUmData& Data);
+    // The server's message log, as much of it as the server chooses to send: Filter is
+    // accepted but not sent.
+    void RequestLog(const TServerLogFilter& Filter, TServerLog& Log);
+    // A server option's value; Def goes to the server as the option's default.
+    std::string GetServOptionDef(const std::string& Name, const std::string& Def);
+    std::string GetServOption(const std::string& Name);
+    void SetServOption(const std::string& Name, const std::string& Value);
+    // The options whose names match the masks, given as comma text ("log*,backup*").
+    void GetServOptions(const std::string& Masks, TServerOptions& Options);
+    void SetServOptions(const TServerOptions& Options);
+    void ReloadDictionary();
+    // File statistics of Database below LevelPath, one row per value of the level
+    // GroupLevel; Filter (checked against the database's levels) and FileNameFilter narrow
+    // the files. RequestFiles adds each row's files, RequestQuality the data-quality rows.
+    void RequestFilesStat(TFilesStatResult& Result, const TDatabase& Database,
+                          const TIntegerArray& LevelPath, const std::string& GroupLevel,
+                          const TFilter* Filter, const std::string& FileNameFilter,
+                          bool RequestFiles, bool RequestQuality);
+
     // ---- Data-layer calls (src/protocol/dataserver_commands.cpp) --------------------------
+
+    // Each call returns the server's result code ("RetValue", 16 bits unless said otherwise)
+    // without interpreting it; out arguments take what the answer carries, also when the code
+    // reports a failure. A missing handle or value in the answer raises EConvertError.
+
+    // Loads a well file into Stream. RowNumber goes to the server and comes back replaced.
+    std::int16_t DatServ_Load_WS(const std::string& ResFName, const std::string& LoadFName,
+                                 const std::string& SelectedAim, const std::string& TName,
+                                 std::uint16_t& RowNumber, std::ostream& Stream);
+    std::int16_t DatServ_Load_WSEx(const std::string& ResFName, const std::string& LoadFName,
+                                   const std::string& SelectedAim, const std::string& TName,
+                                   std::uint16_t& RowNumber, std::ostream& Stream);
+    // Saves Stream's contents as a well file; a non-zero CheckCopy sends CheckCopy="true".
+    std::int16_t DatServ_Save_WS(const std::string& SelectedAim, const std::string& TName,
+                                 const std::string& FileName, std::int32_t CheckCopy,
+                                 std::istream& Stream);
+    std::int16_t DatServ_Save_WSExRW(const std::string& SelectedAim, const std::string& TName,
+                                     const std::string& FileName, std::int32_t CheckCopy,
+                                     std::istream& Stream);
+    // Opens a well file; its handle comes back in LFHandle.
+    std::int16_t DatServ_SysLFInitOpenEx(const std::string& FileName, TObjectHandle& LFHandle,
+                                         std::int32_t LROption, std::int32_t ObjOption);
+    std::int16_t DatServ_GetTableName(const TObjectHandle& LRHandle, std::string& TableName);
+    std::int16_t DatServ_GetCurObj(const TObjectHandle& LRHandle, std::ostream& Stream);
+    // The result code taken as a Boolean.
+    bool DatServ_GetObjState(const TObjectHandle& ObjHandle, std::uint16_t Mask);
+    // Sends the LRHandle given and replaces it with the answer's.
+    std::int16_t DatServ_Get_TableNew(const std::string& TableName, const TObjectHandle& LFHandle,
+                                      TObjectHandle& LRHandle);
+    // Sends no LRHandle; the answer's comes back in LRHandle.
+    std::int16_t DatServ_Get_Table(const std::string& TableName, const TObjectHandle& LFHandle,
+                                   TObjectHandle& LRHandle);
+    std::int16_t DatServ_GetTDescFldsN(const TObjectHandle& TDescHandle,
+                                       const std::string& FieldName, std::ostream& Stream);
+    std::int16_t DatServ_GetTDescFldsI(const TObjectHandle& TDescHandle, std::uint16_t FieldNumber,
+                                       std::ostream& Stream);
+    std::int16_t DatServ_GetObjByIdN(const TObjectHandle& LRHandle, std::uint16_t Idn,
+                                     std::ostream& Stream);
+    std::int16_t DatServ_GetTDescCounter(const TObjectHandle& TDescHandle, std::uint16_t& Counter);
+    // Starts a search of TableHandle's table for up to three name/value conditions.
+    std::int16_t DatServ_SSearchDataInit(const std::string& Name1, const std::string& Val1,
+                                         const std::string& Name2, const std::string& Val2,
+                                         const std::string& Name3, const std::string& Val3,
+                                         const TObjectHandle& TableHandle,
+                                         TObjectHandle& SearchHandle);
+    std::int16_t DatServ_SetSTable(const TObjectHandle& SOHandle, const std::string& TableName);
+    std::int16_t DatServ_FindFirst(const TObjectHandle& LFHandle, const TObjectHandle& SOHandle,
+                                   std::ostream& Stream);
+    // The well file's name as a full "WSTP://" name (empty when the server sends none).
+    std::int16_t DatServ_GetWSName(const TObjectHandle& LRHandle, std::string& WSName);
+    std::int16_t DatServ_TableExistX(const std::string& TableName, const TObjectHandle& LFHandle,
+                                     std::int32_t Option);
+    // All table names in one text, as the server sends it; the result code keeps 32 bits.
+    std::int32_t DatServ_DSGetTableNames(const TObjectHandle& LFHandle, std::uint16_t LROption,
+                                         std::string& Names);
+    // Further calls of three shapes, the command and handle elements named by the caller:
+    // one handle in; one handle in and a payload out; one handle in and one out.
+    std::int16_t DatServ__OneHandleFunc(const std::string& Command, const std::string& HandleName,
+                                        const TObjectHandle& Handle);
+    std::int16_t DatServ__InHandle_OutObj(const std::string& Command, const std::string& HandleName,
+                                          const TObjectHandle& Handle, std::ostream& Stream);
+    std::int16_t DatServ__InHandle_OutHandle(const std::string& Command,
+                                             const std::string& InHandleName,
+                                             const std::string& OutHandleName,
+                                             const TObjectHandle& InHandle,
+                                             TObjectHandle& OutHandle);
 
 private:
     void SendPacket(std::string_view packet, std::istream* stream);

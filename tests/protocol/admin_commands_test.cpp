@@ -1,0 +1,208 @@
+// Administration commands: what each sends and reads; the log, options and file statistics.
+
+#include <functional>
+#include <tuple>
+
+#include "exchange_fixture.hpp"
+#include "ostradb/model/databases.hpp"
+#include "ostradb/model/filters.hpp"
+#include "ostradb/protocol/admin_commands.hpp"
+#include "ostradb/serial/xml.hpp"
+#include "ostradb/users/users.hpp"
+#include "request_shape.hpp"
+
+namespace ostradb {
+namespace {
+
+using test::AnswerPacket;
+
+TEST_F(ExchangeTest, AdministrationCommandsSendAndRead) {
+    TUmData um, umToSave;
+    umToSave.Users().AddNew().User = "admin";
+    TServerLog log;
+    std::string value;
+    TServerOptions options, optionsToSave;
+    optionsToSave.SetOption("LogLevel", "3");
+
+    const struct {
+        std::function<void()> call;
+        std::string request;  // the command element
+        std::string answerAttrs;
+        std::string answer;  // the answer element's children
+        std::function<void()> check;
+    } cases[] = {
+        {[&] { client.GetUmData(um); }, R"(<command cmd="get_auth_data"/>)", "",
+         R"(<UserPermissionsData><Users><Item User="admin" Name="Админ"/></Users><Groups>)"
+         R"(<Item Name="G" Rights="33"><Users><Item>admin</Item></Users></Item></Groups>)"
+         R"(</UserPermissionsData>)",
+         [&] {
+             ASSERT_EQ(um.Users().Count(), 1);
+             EXPECT_EQ(um.Users().Item(0).Name, "Админ");
+             ASSERT_EQ(um.Groups().Count(), 1);
+             EXPECT_EQ(um.Groups().Item(0).Rights, 33u);
+             EXPECT_TRUE(um.Groups().Item(0).ContainsUser("admin"));
+         }},
+        {[&] { client.SaveUmData(umToSave); },
+         R"(<command cmd="save_auth_data"><UserPermissionsData><Users><Item User="admin" Name="")"
+         R"( Pass=""><Attributes/></Item></Users><Groups/></UserPermissionsData></command>)",
+         "", "", [] {}},
+        // The log request is the bare command: the filter is not sent.
+        {[&] { client.RequestLog(TServerLogFilter{}, log); }, R"(<command cmd="request_log"/>)", "",
+         R"(<log><item id="1" type="2" user="u" addr="10.0.0.1" text="старт" time="45000.5"/>)"
+         R"(<Item id="9" type="9" time="1"/><item id="3" type="-4" time="0"/></log>)",
+         [&] {
+             ASSERT_EQ(log.Count(), 2);
+             const TServerLogRecord& r = log.Item(0);
+             EXPECT_EQ(std::tie(r.Id, r.MsgType, r.User, r.Addr, r.Text, r.Time),
+                       std::make_tuple(1, 2, "u", "10.0.0.1", "старт", 45000.5));
+             EXPECT_EQ(log.Item(1).MsgType, -4);
+         }},
+        {[&] { value = client.GetServOptionDef("LogLevel", "3"); },
+         R"(<command cmd="get_serv_option" name="LogLevel" def="3"/>)", R"(value="5")", "",
+         [&] { EXPECT_EQ(value, "5"); }},
+        {[&] { value = client.GetServOption("LogLevel"); },
+         R"(<command cmd="get_serv_option" name="LogLevel" def=""/>)", R"(value="7")", "",
+         [&] { EXPECT_EQ(value, "7"); }},
+        {[&] { client.SetServOption("LogLevel", "4"); },
+         R"(<command cmd="set_serv_option" name="LogLevel" value="4"/>)", "", "", [] {}},
+        {[&] { client.GetServOptions("a*,b*", options); },
+         R"(<command cmd="get_serv_options"><Masks><Item>a*</Item><Item>b*</Item></Masks></command>)",
+         "", R"(<Options><Item Name="a1" Value="1"/><Item Name="b1" Value="x"/></Options>)",
+         [&] {
+             ASSERT_EQ(options.Count(), 2);
+             EXPECT_EQ(options.GetOption("B1"), "x");
+         }},
+        {[&] { client.SetServOptions(optionsToSave); },
+         R"(<command cmd="set_serv_options"><Options><Item Name="LogLevel" Value="3"/>)"
+         R"(</Options></command>)",
+         "", "", [] {}},
+        {[&] { client.ReloadDictionary(); }, R"(<command cmd="reload_dictionary"/>)", "", "",
+         [] {}},
+    };
+    std::size_t i = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.request);
+        server.Expect().Reply(AnswerPacket(c.answerAttrs, c.answer));
+        c.call();
+        EXPECT_EQ(test::CommandText(server.Request(i++)), c.request);
+        c.check();
+    }
+    server.Verify();
+}
+
+TEST(ServerLog, AMissingNumberFailsTheReadKeepingWhatWasRead) {
+    pugi::xml_document doc;
+    xml::Parse(doc, R"(<log><item id="1" type="2" time="3"/><item type="2" time="3"/></log>)");
+    TServerLog log;
+    EXPECT_THROW(log.ReadFromXml(doc.document_element()), EConvertError);
+    ASSERT_EQ(log.Count(), 2);
+    EXPECT_EQ(log.Item(0).Id, 1);
+    EXPECT_EQ(log.Item(1).Id, -1);
+}
+
+TEST(ServerOptions, LookUpIgnoresCaseAndNumbersDefaultToZero) {
+    TServerOptions options;
+    options.SetOption("Port", "12x");
+    EXPECT_EQ(options.GetInteger("port"), 0);
+    EXPECT_EQ(options.GetInteger("absent"), 0);
+    EXPECT_EQ(options.GetOption("absent"), "");
+    options.SetOption("PORT", "22344");
+    ASSERT_EQ(options.Count(), 1);
+    EXPECT_EQ(options.Item(0).Name, "Port");
+    EXPECT_EQ(options.GetInteger("Port"), 22344);
+    options.SetInteger("Timeout", -30);
+    ASSERT_EQ(options.Count(), 2);
+    EXPECT_EQ(options.Item(1).Value, "-30");
+}
+
+// Two text columns, two value columns; a row without a name and with files, then a named row
+// without files; children of other names are skipped.
+constexpr const char* kStatBody =
+    R"(<files_stat><hat><values><item type="1" name="Файлов"/><Item type="9" name="x"/>)"
+    R"(<item type="2" name="Кривых"/></values><text><item value="Месторождение"/>)"
+    R"(<item value="Скважина"/></text></hat><lines>)"
+    R"(<line name=""><values v1="3" v2="10"/><text><item value="F1"/><item value="W1"/>)"
+    R"(</text><files><item value="a.ws"/><item value="b.ws"/></files></line><other/>)"
+    R"(<line name="Итого"><values v2="20" v1="5"/><text><item value="F1"/><item value=""/>)"
+    R"(</text></line></lines>)";
+
+TEST_F(ExchangeTest, FilesStatSendsItsRequestInOrderAndRendersTheTable) {
+    TDatabase db;
+    db.Info.Id = 4;
+    db.GetStructure().AddNewItem().Type = "%well";
+    TFilter filter;
+    for (const char* key : {"%field", "%well"}) {
+        TFilterItem& item = filter.Add();
+        item.Key = key;
+        item.Values.Add("12");
+    }
+    server.Expect("get_files_stat")
+        .Reply(AnswerPacket({}, std::string(kStatBody) +
+                                    R"(<quality><item msg_kind="k" rule="r" status="s" cnt="2"/>)"
+                                    R"(<Item msg_kind="x"/></quality></files_stat>)"));
+    TFilesStatResult result;
+    client.RequestFilesStat(result, db, {1, 2}, "%well", &filter, "*.ws", true, false);
+
+    // The filter is checked against the database's levels: "%field" is not one of them.
+    EXPECT_EQ(test::CommandText(server.Request(0)),
+              R"(<command cmd="get_files_stat" db_id="4" group_level="%well")"
+              R"( file_name_filter="*.ws" request_files="true" request_quality="false"><path>)"
+              R"(<item id="1"/><item id="2"/></path><filter><Filter><Item Param="%well" Oper="=">)"
+              R"(<Items><Item>12</Item></Items></Item></Filter></filter></command>)");
+
+    TStringList lines{"before"};
+    result.ToStrings(lines);
+    EXPECT_EQ(lines.Lines(), (std::vector<std::string>{
+                                 "before",
+                                 "Статистика по файлам",
+                                 " \tМесторождение\tСкважина\tФайлов\tКривых",
+                                 " \tF1\tW1\t3\t10",
+                                 "Итого\tF1\t\t5\t20",
+                                 "",
+                                 "Список файлов для уровня F1\\W1:",
+                                 "a.ws",
+                                 "b.ws",
+                                 "",
+                                 "Проверка качества данных (вид проверки, правило, статус, кол-во "
+                                 "замечаний в БД):",
+                                 "k\tr\ts\t2",
+                             }));
+    server.Verify();
+}
+
+TEST(FilesStatResult, ReadingWithoutQualityOrFilesAndAMissingValue) {
+    pugi::xml_document doc;
+    xml::Parse(doc, std::string("<answer>") + kStatBody + "<quality/></files_stat></answer>");
+    TFilesStatResult result;
+    result.Qualities.Add("stale");
+    result.ReadFromXml(doc.document_element());
+    EXPECT_TRUE(result.Qualities.Empty());
+    result.Lines.Item(0).Files.Clear();
+    TStringList lines;
+    result.ToStrings(lines);
+    ASSERT_EQ(lines.Count(), 4);
+    EXPECT_EQ(lines[3], "Итого\tF1\t\t5\t20");
+
+    xml::Parse(doc, R"(<answer><files_stat><hat><values><item type="1" name="a"/>)"
+                    R"(<item type="1" name="b"/></values></hat><lines><line name="r">)"
+                    R"(<values v1="1"/></line></lines></files_stat></answer>)");
+    EXPECT_THROW(result.ReadFromXml(doc.document_element()), EConvertError);
+}
+
+TEST_F(ExchangeTest, AdministrationErrorAnswerRaisesAndKeepsWhatWasRead) {
+    TServerOptions options;
+    options.SetOption("kept", "1");
+    server.Expect("get_serv_options").Reply(test::ErrorPacket(16, "Нет прав"));
+    try {
+        client.GetServOptions("*", options);
+        FAIL() << "no error";
+    } catch (const TOstraClientSocketException& e) {
+        EXPECT_EQ(e.Code, 16);
+        EXPECT_STREQ(e.what(), "Нет прав");
+    }
+    EXPECT_EQ(options.GetOption("kept"), "1");
+    server.Verify();
+}
+
+}  // namespace
+}  // namespace ostradb

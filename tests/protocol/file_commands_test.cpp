@@ -1,0 +1,421 @@
+// File commands: which name each sends and to which server, the import description and its
+// refusals, importing a local file, contents both ways, and the lists they read.
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "exchange_fixture.hpp"
+#include "ostradb/util/dates.hpp"
+#include "ostradb/util/string_list.hpp"
+
+namespace ostradb {
+namespace {
+
+using test::AnswerPacket;
+using test::ErrorPacket;
+using Attrs = std::vector<std::pair<std::string, std::string>>;
+
+Attrs CommandAttrs(const test::RecordedRequest& r) {
+    Attrs result;
+    for (const pugi::xml_attribute a : r.Command().attributes())
+        result.emplace_back(a.name(), a.value());
+    return result;
+}
+
+// The texts of the "Item" children of a list element.
+std::vector<std::string> ItemTexts(pugi::xml_node list) {
+    std::vector<std::string> texts;
+    for (pugi::xml_node i = list.child("Item"); i; i = i.next_sibling("Item"))
+        texts.emplace_back(i.text().get());
+    return texts;
+}
+
+// Seconds since the epoch of a local calendar time.
+std::time_t LocalSeconds(int year, int month, int day, int hour, int minute, int second) {
+    std::tm tm{};
+    tm.tm_year = year - 1900;
+    tm.tm_mon = month - 1;
+    tm.tm_mday = day;
+    tm.tm_hour = hour;
+    tm.tm_min = minute;
+    tm.tm_sec = second;
+    tm.tm_isdst = -1;
+    return std::mktime(&tm);
+}
+
+// Whether another holder could lock the file now.
+bool Lockable(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY);
+    if (fd < 0) return false;
+    const bool locked = ::flock(fd, LOCK_EX | LOCK_NB) == 0;
+    ::close(fd);
+    return locked;
+}
+
+class FileCommands : public ExchangeTest {
+protected:
+    FileCommands() {
+        dir = std::filesystem::path(::testing::TempDir()) /
+              ("ostradb_files_" + std::to_string(::getpid()));
+        std::filesystem::create_directories(dir);
+    }
+    ~FileCommands() override { std::filesystem::remove_all(dir); }
+
+    std::string MakeFile(const std::string& name, const std::string& contents) {
+        const std::string path = (dir / name).string();
+        std::ofstream(path, std::ios::binary) << contents;
+        return path;
+    }
+
+    // A name that sends the request to the other server.
+    std::string OtherServerName(const std::string& name) const {
+        return "wstp://DIRECT:/HOST:127.0.0.1//PORT:" + std::to_string(other.Port()) + "/" + name;
+    }
+
+    std::filesystem::path dir;
+    test::ScriptedServer other;
+};
+
+TEST_F(FileCommands, OneNameGoesToTheServerItAddressesAsEachCommandWantsIt) {
+    const std::string full = OtherServerName("D:\\w\\a.ws");
+    const std::string checked = "D:\\w\\a.ws";
+    std::istringstream upload("abc");
+    TFileInfo info;
+    struct Case {
+        std::function<void(TOstraDbProtocol&)> call;
+        const char* cmd;
+        std::string sent;
+        std::string reply;
+    } cases[] = {
+        {[&](TOstraDbProtocol& c) { EXPECT_EQ(c.GetFileRights(full).Mask(), 5u); },
+         "get_file_rights", checked, AnswerPacket(R"(rights="5")")},
+        {[&](TOstraDbProtocol& c) { c.UpdateFileInfo(full); }, "update_file_info", checked,
+         AnswerPacket()},
+        {[&](TOstraDbProtocol& c) { EXPECT_TRUE(c.FileExists(full)); }, "file_exists", checked,
+         AnswerPacket(R"(result="True")")},
+        {[&](TOstraDbProtocol& c) { c.GetFileContents(full, nullptr); }, "get_file_contents", full,
+         AnswerPacket()},
+        {[&](TOstraDbProtocol& c) { c.GetFileContentsEx(full, nullptr, info); },
+         "get_file_contents", full,
+         AnswerPacket({}, R"(<FileTimes CreateTime="1" WriteTime="2" AccessTime="3"/>)")},
+        {[&](TOstraDbProtocol& c) { c.PutFileContents(full, &upload); }, "put_file_contents", full,
+         AnswerPacket()},
+    };
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        other.Expect(cases[i].cmd).Reply(cases[i].reply);
+        cases[i].call(client);
+        EXPECT_EQ(CommandAttrs(other.Request(i)),
+                  (Attrs{{"cmd", cases[i].cmd}, {"file_name", cases[i].sent}}));
+        EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost) << cases[i].cmd;
+        EXPECT_EQ(client.GetPort(), server.Port()) << cases[i].cmd;
+    }
+    EXPECT_EQ(other.Request(5).payload, "abc");
+
+    // Restored after an error answer as well.
+    other.Expect("file_exists").Reply(ErrorPacket(20, "нет файла"));
+    EXPECT_THROW(client.FileExists(full), TOstraClientSocketException);
+    EXPECT_EQ(client.GetPort(), server.Port());
+    other.Verify();
+    server.Verify();
+    EXPECT_EQ(server.Connections(), 0);
+}
+
+TEST_F(FileCommands, ListsAreCheckedOnACopyAndSentAsItems) {
+    const TStringList files{"D:\\a.ws", OtherServerName("D:\\b.ws")};
+    const TStringList before = files;
+    other.Expect("delete_files")
+        .Reply(AnswerPacket({}, R"(<Log><Item ItemName="D:\a.ws" Result="0"/>)"
+                                R"(<Item ItemName="D:\b.ws" Result="27"/></Log>)"));
+    TSimpleResultLog log;
+    client.DeleteFiles(files, log);
+    other.Expect("get_simple_files_info")
+        .Reply(AnswerPacket({}, R"(<Result><Item FileName="D:\a.ws" Database="4" )"
+                                R"(IsReadOnly="1" FileRights="65"/></Result>)"));
+    TSimpleFileInfoItems info;
+    info.Add().FileName = "stale";
+    client.GetSimpleFileInfo(files, info);
+    other.Verify();
+
+    EXPECT_EQ(files, before);
+    EXPECT_EQ(client.GetPort(), server.Port());
+    for (std::size_t i = 0; i < 2; ++i)
+        EXPECT_EQ(ItemTexts(other.Request(i).Command().child("FileNames")),
+                  (std::vector<std::string>{"D:\\a.ws", "D:\\b.ws"}));
+
+    ASSERT_EQ(log.Count(), 2);
+    EXPECT_EQ(log[1].ItemName, "D:\\b.ws");
+    EXPECT_EQ(log[1].Result, 27);
+    EXPECT_TRUE(log.ContainsErrors());
+    log.Delete(1);
+    EXPECT_FALSE(log.ContainsErrors());
+    EXPECT_FALSE(TSimpleResultLog().ContainsErrors());
+
+    ASSERT_EQ(info.Count(), 1);
+    const TSimpleFileInfoItem* a = info.Find("d:\\A.WS");
+    ASSERT_NE(a, nullptr);
+    EXPECT_EQ(a->Database, 4);
+    EXPECT_TRUE(a->IsReadOnly);
+    EXPECT_EQ(a->FileRights, (TUserRights{urView, urListDirs}));
+    EXPECT_EQ(info.Find("stale"), nullptr);
+}
+
+TEST_F(FileCommands, SimpleInfoIsEmptiedEvenWhenTheServerRefuses) {
+    server.Expect("get_simple_files_info").Reply(ErrorPacket(5, "нет прав"));
+    TSimpleFileInfoItems info;
+    info.Add().FileName = "stale";
+    EXPECT_THROW(client.GetSimpleFileInfo(TStringList{"a"}, info), TOstraClientSocketException);
+    EXPECT_EQ(info.Count(), 0);
+    server.Verify();
+}
+
+TEST_F(FileCommands, AttributeChangesSendCheckedNamesAndLeaveTheItems) {
+    TChangeFileAttrItems items;
+    items.Add().FileName = OtherServerName("D:\\a.ws");
+    items[0].ReadOnlyAttr = favReset;
+    items.Add().FileName = "D:\\b.ws";
+    items[1].ReadOnlyAttr = favSet;
+    other.Expect("change_files_attributes").Reply(AnswerPacket());
+    client.ChangeFilesAttributes(items);
+    other.Verify();
+    const pugi::xml_node data = other.Request(0).Command().child("Data");
+    std::vector<std::pair<std::string, std::string>> sent;
+    for (pugi::xml_node i = data.child("Item"); i; i = i.next_sibling("Item"))
+        sent.emplace_back(i.attribute("FileName").value(), i.attribute("ReadOnlyAttr").value());
+    EXPECT_EQ(sent, (std::vector<std::pair<std::string, std::string>>{{"D:\\a.ws", "2"},
+                                                                      {"D:\\b.ws", "1"}}));
+    EXPECT_EQ(items[0].FileName, OtherServerName("D:\\a.ws"));
+    EXPECT_EQ(client.GetPort(), server.Port());
+}
+
+TEST_F(FileCommands, CommandsWithCapitalisedOrPlainAttributes) {
+    TErroneousFiles erroneous;
+    TStringList blocked{"stale"};
+    struct Case {
+        std::function<void(TOstraDbProtocol&)> call;
+        Attrs sent;
+    } cases[] = {
+        // "Scr", not "Src": the server's spelling. Both names go as given.
+        {[](TOstraDbProtocol& c) { c.MoveFile("WSTP://D:\\a.ws", "D:\\b.ws"); },
+         {{"cmd", "move_file"}, {"ScrFileName", "WSTP://D:\\a.ws"}, {"DstFileName", "D:\\b.ws"}}},
+        {[](TOstraDbProtocol& c) { c.SetFsTrackingMode(3, true); },
+         {{"cmd", "set_fs_tracking_mode"}, {"DbId", "3"}, {"Mode", "True"}}},
+        {[](TOstraDbProtocol& c) { c.SetFsTrackingMode(4, false); },
+         {{"cmd", "set_fs_tracking_mode"}, {"DbId", "4"}, {"Mode", "False"}}},
+        {[&](TOstraDbProtocol& c) { c.RequestErroneousFilesList(5, erroneous); },
+         {{"cmd", "get_erroneous_files"}, {"db_id", "5"}}},
+        {[&](TOstraDbProtocol& c) { c.GetBlockedFilesList(6, blocked); },
+         {{"cmd", "get_blocked_files"}, {"db_id", "6"}}},
+    };
+    const std::string replies[] = {
+        AnswerPacket(),
+        AnswerPacket(),
+        AnswerPacket(),
+        AnswerPacket({}, R"(<Item id="7" file_name="D:\x.ws" error_msg="испорчен" )"
+                         R"(ch_time="44000.5" flags="3"/><Other id="1"/>)"),
+        AnswerPacket({}, R"(<BlockedFiles><Item>D:\y.ws</Item><Item>D:\z.ws</Item>)"
+                         R"(</BlockedFiles>)"),
+    };
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        server.Expect().Reply(replies[i]);
+        cases[i].call(client);
+        EXPECT_EQ(CommandAttrs(server.Request(i)), cases[i].sent) << "case " << i;
+    }
+    server.Verify();
+    ASSERT_EQ(erroneous.Count(), 1);
+    EXPECT_EQ(erroneous[0].Id, 7);
+    EXPECT_EQ(erroneous[0].FileName, "D:\\x.ws");
+    EXPECT_EQ(erroneous[0].ErrorMsg, "испорчен");
+    EXPECT_DOUBLE_EQ(erroneous[0].ChTime, 44000.5);
+    EXPECT_EQ(erroneous[0].Flags, 3);
+    EXPECT_EQ(blocked, (TStringList{"D:\\y.ws", "D:\\z.ws"}));
+}
+
+TEST_F(FileCommands, ContentsArriveInPiecesTogetherWithThePacket) {
+    std::string bytes;
+    for (int i = 0; i < 3000; ++i)
+        bytes += static_cast<char>(i * 7 % 256);
+    bytes += "</packet>\r\n";
+    server.Expect("get_file_contents")
+        .SendInPieces(
+            test::WirePacket(test::PayloadPacket(static_cast<std::int64_t>(bytes.size()))) + bytes,
+            97);
+    std::ostringstream out;
+    client.GetFileContents("D:\\a.ws", &out);
+    EXPECT_EQ(out.str(), bytes);
+
+    server.Expect("get_file_contents")
+        .Send(test::WirePacket(R"(<packet bin_data_size="2"><answer RealFileName="E:\real.ws">)"
+                               R"(<FileTimes CreateTime="43831.25" WriteTime="43832.5" )"
+                               R"(AccessTime="43833"/></answer></packet>)") +
+              "xy");
+    std::ostringstream out2;
+    TFileInfo info;
+    client.GetFileContentsEx("D:\\a.ws", &out2, info);
+    EXPECT_EQ(out2.str(), "xy");
+    EXPECT_EQ(info.RealFileName, "E:\\real.ws");
+    EXPECT_DOUBLE_EQ(info.CreateTime, 43831.25);
+    EXPECT_DOUBLE_EQ(info.WriteTime, 43832.5);
+    EXPECT_DOUBLE_EQ(info.AccessTime, 43833.0);
+
+    // Without "RealFileName" the caller's value stays.
+    server.Expect("get_file_contents")
+        .Reply(AnswerPacket({}, R"(<FileTimes CreateTime="1" WriteTime="2" AccessTime="3"/>)"));
+    client.GetFileContentsEx("D:\\a.ws", nullptr, info);
+    EXPECT_EQ(info.RealFileName, "E:\\real.ws");
+    EXPECT_DOUBLE_EQ(info.AccessTime, 3.0);
+    server.Verify();
+}
+
+TEST_F(FileCommands, RightsAreEmptyWhenTheLoginWasCancelled) {
+    client.SetLoginDialog([](TOstraDbProtocol&, TLoginDialogData&) { return ldrCancel; });
+    server.Expect("get_file_rights").Reply(ErrorPacket(27, "войдите"));
+    EXPECT_TRUE(client.GetFileRights("D:\\a.ws").Empty());
+    EXPECT_TRUE(client.GetLoginCanceled());
+    server.Verify();
+}
+
+TEST_F(FileCommands, ImportSendsTheDescriptionInOrderAndTheFileAsPayload) {
+    const std::string contents("ws\0data\r\n</packet>\r\n", 21);
+    const std::string path = MakeFile("import.ws", contents);
+    const std::time_t written = LocalSeconds(2020, 5, 17, 10, 30, 0);
+    const std::time_t accessed = LocalSeconds(2021, 3, 4, 5, 6, 7);
+    const timespec times[2] = {{accessed, 0}, {written, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+
+    server.Expect("import_file").Reply(AnswerPacket());
+    const TStringList values{"%field=Северное", "%well=12", "%field=Южное"};
+    client.ImportFile(7, path, values, true, "sub\\dir");
+    server.Verify();
+
+    const test::RecordedRequest& r = server.Request(0);
+    EXPECT_EQ(CommandAttrs(r), (Attrs{{"cmd", "import_file"},
+                                      {"db_id", "7"},
+                                      {"orig_file_name", path},
+                                      {"transform_name", "True"},
+                                      {"extra_path", "sub\\dir"}}));
+    // A repeated type binds the value of its first entry.
+    std::vector<std::pair<std::string, std::string>> bound;
+    for (pugi::xml_node i : r.Command().child("values").children())
+        bound.emplace_back(std::string(i.name()) + ":" + i.attribute("type").value(),
+                           i.attribute("value").value());
+    EXPECT_EQ(bound,
+              (std::vector<std::pair<std::string, std::string>>{
+                  {"item:%field", "Северное"}, {"item:%well", "12"}, {"item:%field", "Северное"}}));
+    const pugi::xml_node fileTimes = r.Command().child("FileTimes");
+    EXPECT_EQ(std::string(r.Command().first_child().name()), "values");
+    EXPECT_EQ(std::string(r.Command().first_child().next_sibling().name()), "FileTimes");
+    EXPECT_DOUBLE_EQ(fileTimes.attribute("WriteTime").as_double(),
+                     EncodeDate(2020, 5, 17) + EncodeTime(10, 30, 0, 0));
+    EXPECT_DOUBLE_EQ(fileTimes.attribute("AccessTime").as_double(),
+                     EncodeDate(2021, 3, 4) + EncodeTime(5, 6, 7, 0));
+    // Birth time, or the status change that setting the times made: today, either way.
+    EXPECT_NEAR(fileTimes.attribute("CreateTime").as_double(), Now(), 0.1);
+    EXPECT_EQ(r.payload, contents);
+    EXPECT_TRUE(Lockable(path));
+}
+
+TEST_F(FileCommands, ImportClosesTheFileWhenTheServerRefuses) {
+    const std::string path = MakeFile("refused.ws", "x");
+    server.Expect("import_file").Reply(ErrorPacket(13, "нет места"));
+    EXPECT_THROW(client.ImportFile(1, path, TStringList{"%well=1"}, false, ""),
+                 TOstraClientSocketException);
+    EXPECT_TRUE(Lockable(path));
+    server.Verify();
+}
+
+TEST_F(FileCommands, ALockedOrMissingFileIsNotImported) {
+    const std::string locked = MakeFile("locked.ws", "x");
+    const int fd = ::open(locked.c_str(), O_RDONLY);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0);
+    const std::string missing = (dir / "missing.ws").string();
+    for (const std::string& path : {locked, missing}) {
+        try {
+            client.ImportFile(1, path, TStringList{"%well=1"}, false, "");
+            ADD_FAILURE() << "imported " << path;
+        } catch (const EFileError& e) {
+            EXPECT_NE(std::string(e.what()).find('"' + path + '"'), std::string::npos) << e.what();
+        }
+    }
+    ::close(fd);
+    EXPECT_EQ(server.Connections(), 0);
+    server.Verify();
+}
+
+TEST_F(FileCommands, BindingsWithoutTypeOrValueStopTheCommandBeforeSending) {
+    const std::string path = MakeFile("bind.ws", "x");
+    struct Case {
+        TStringList values;
+        const char* message;
+    } cases[] = {
+        {{"=1"}, "CreateImportXML: не задан тип привязки"},
+        {{"%well"}, "CreateImportXML: не задан тип привязки"},
+        {{"%field=A", "%well="}, "CreateImportXML: не задано значение привязки"},
+    };
+    const std::function<void(const TStringList&)> commands[] = {
+        [&](const TStringList& v) { client.ImportFile(1, path, v, false, ""); },
+        [&](const TStringList& v) {
+            std::string name;
+            client.GetFileName(1, path, v, false, "", name);
+        },
+        [&](const TStringList& v) { client.CreateDir(1, v, ""); },
+    };
+    for (const auto& command : commands)
+        for (const Case& c : cases) {
+            try {
+                command(c.values);
+                ADD_FAILURE() << "sent " << c.values.CommaText();
+            } catch (const Error& e) {
+                EXPECT_STREQ(e.what(), c.message);
+            }
+        }
+    EXPECT_TRUE(Lockable(path));
+    EXPECT_EQ(server.Connections(), 0);
+    server.Verify();
+}
+
+TEST_F(FileCommands, NameAndDirectoryDescriptions) {
+    const std::string local = MakeFile("orig.ws", "x");
+    server.Expect("get_file_name").Reply(AnswerPacket(R"(result="${Root_1}\f\orig.ws")"));
+    server.Expect("get_file_name").Reply(AnswerPacket(R"(result="n2")"));
+    server.Expect("create_directory").Reply(AnswerPacket());
+    std::string name;
+    client.GetFileName(2, local, TStringList{"%well=5"}, true, "x", name);
+    EXPECT_EQ(name, "${Root_1}\\f\\orig.ws");
+    client.GetFileName(2, "C:\\elsewhere\\orig.ws", TStringList{}, false, "", name);
+    EXPECT_EQ(name, "n2");
+    client.CreateDir(3, TStringList{"%well=5"}, "new");
+    server.Verify();
+
+    // The times go with an original that exists here.
+    EXPECT_TRUE(server.Request(0).Command().child("FileTimes"));
+    EXPECT_FALSE(server.Request(1).Command().child("FileTimes"));
+    EXPECT_EQ(CommandAttrs(server.Request(1)), (Attrs{{"cmd", "get_file_name"},
+                                                      {"db_id", "2"},
+                                                      {"orig_file_name", "C:\\elsewhere\\orig.ws"},
+                                                      {"transform_name", "False"},
+                                                      {"extra_path", ""}}));
+    EXPECT_EQ(CommandAttrs(server.Request(2)), (Attrs{{"cmd", "create_directory"},
+                                                      {"db_id", "3"},
+                                                      {"orig_file_name", ""},
+                                                      {"transform_name", "False"},
+                                                      {"extra_path", "new"}}));
+    EXPECT_EQ(server.Request(2).Command().child("values").child("item").attribute("type").value(),
+              std::string("%well"));
+    EXPECT_FALSE(server.Request(2).Command().child("FileTimes"));
+}
+
+}  // namespace
+}  // namespace ostradb

@@ -1,0 +1,437 @@
+// Level, filter and column commands: what each sends and what it reads back.
+
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "exchange_fixture.hpp"
+#include "ostradb/model/databases.hpp"
+#include "ostradb/model/level_files.hpp"
+#include "ostradb/model/table_columns.hpp"
+#include "ostradb/protocol/level_commands.hpp"
+
+namespace ostradb {
+namespace {
+
+using test::AnswerPacket;
+using test::ErrorPacket;
+using test::RecordedRequest;
+
+// The command's attributes after "cmd", in order: "name=value name=value".
+std::string Attrs(const RecordedRequest& r) {
+    std::string out;
+    for (pugi::xml_attribute a : r.Command().attributes()) {
+        if (std::string_view(a.name()) == "cmd") continue;
+        out += (out.empty() ? "" : " ") + std::string(a.name()) + "=" + a.value();
+    }
+    return out;
+}
+
+// The command's child elements as one line of XML.
+std::string Body(const RecordedRequest& r) {
+    std::ostringstream out;
+    for (pugi::xml_node c : r.Command().children())
+        c.print(out, "", pugi::format_raw);
+    return out.str();
+}
+
+const char* const kLogStruct =
+    R"(<LogStruct Name="L" IsDefault="0"><Items><Item ItemType="%well"/></Items></LogStruct>)";
+// The filter below as written unchecked, and checked against the database (which has no
+// level "%bore").
+const char* const kWellItem =
+    R"(<Item Param="%well" Oper="="><Items><Item>12</Item></Items></Item>)";
+const char* const kBoreItem =
+    R"(<Item Param="%bore" Oper="=" Not="true"><Items><Item>B</Item></Items></Item>)";
+
+class LevelCommandsTest : public ExchangeTest {
+protected:
+    LevelCommandsTest() {
+        db.Info.Id = 7;
+        db.Info.Structure.AddNewItem().Type = "%field";
+        db.Info.Structure.AddNewItem().Type = "%well";
+        logStruct.Name = "L";
+        logStruct.Add().ItemType = "%well";
+        db.LogicalStructures.Add().Assign(logStruct);
+        TFilterItem& well = filter.Add();
+        well.Key = "%well";
+        well.Values = {"12"};
+        TFilterItem& bore = filter.Add();
+        bore.Key = "%bore";
+        bore.Values = {"B"};
+        bore.Not = true;
+    }
+
+    std::string Unchecked() const {
+        return std::string("<Filter>") + kWellItem + kBoreItem + "</Filter>";
+    }
+    std::string Checked() const { return std::string("<Filter>") + kWellItem + "</Filter>"; }
+
+    TDatabase db;
+    TDbLogicalStruct logStruct;
+    TFilter filter;
+};
+
+TEST_F(LevelCommandsTest, EachCommandSendsItsAttributesAndElementsInOrder) {
+    TLevelFilesList files;
+    TLevelsList levels;
+    TStringList values;
+    TTableColumnNames columns;
+    columns.Add().Table = "main";
+    columns.GetItem(0).ColNames = {"DEPTH"};
+    TFilterStatistics stats;
+    TFilter out, other;
+    other.Add().Key = "%field";
+    other.GetItem(0).Values = {"F"};
+    TSimpleCurvesList curves;
+    const TStringList types{"%field", "%well"};
+    const std::string path314 = R"(<path><item id="3"/><item id="14"/></path>)";
+    const std::string path3 = R"(<path><item id="3"/></path>)";
+    const std::string onlyUseFilters =
+        "include_tables=false include_curves=false include_path=false include_plansh=false "
+        "use_filters=true ignore_dicts=false include_row_values=false";
+
+    struct Case {
+        const char* what;
+        std::function<void()> call;
+        std::string cmd, attrs, body;
+        std::string answer = AnswerPacket();
+    } cases[] = {
+        {"RequestFiles, odd flags and a name filter",
+         [&] {
+             client.RequestFiles(
+                 files, 5, {3, 14},
+                 {rffInclTables, rffInclFilePath, rffUseFilters, rffIncludeRowValues}, "*.ws");
+         },
+         "get_log_level_files",
+         "db_id=5 fn_filter=*.ws include_tables=true include_curves=false include_path=true "
+         "include_plansh=false use_filters=true ignore_dicts=false include_row_values=true",
+         path314},
+        {"RequestFiles, even flags, no levels, no name filter",
+         [&] {
+             client.RequestFiles(files, 5, {}, {rffInclCurves, rffInclPlanshets, rffIgnoreDicts},
+                                 "");
+         },
+         "get_log_level_files",
+         "db_id=5 include_tables=false include_curves=true include_path=false include_plansh=true "
+         "use_filters=false ignore_dicts=true include_row_values=false",
+         "<path/>"},
+        {"RequestFilesForLogStruct",
+         [&] {
+             client.RequestFilesForLogStruct(files, db.Info, {3}, {rffUseFilters}, "a*", logStruct);
+         },
+         "get_log_level_files", "db_id=7 fn_filter=a* " + onlyUseFilters, path3 + kLogStruct},
+        {"RequestLevelsList with types",
+         [&] { client.RequestLevelsList(5, {3}, true, false, true, &types, levels); },
+         "get_log_level_values", "db_id=5 include_curves=false include_files=true use_filters=true",
+         R"(<log_db_struct><item type="%field"/><item type="%well"/></log_db_struct>)" + path3},
+        {"RequestLevelsList without types",
+         [&] { client.RequestLevelsList(5, {3}, false, true, false, nullptr, levels); },
+         "get_log_level_values",
+         "db_id=5 include_curves=true include_files=false use_filters=false", path3},
+        {"RequestLevelsForLogStruct with a structure",
+         [&] { client.RequestLevelsForLogStruct(levels, db.Info, {3}, true, &logStruct); },
+         "get_log_level_values", "db_id=7 use_filters=true", kLogStruct + path3},
+        {"RequestLevelsForLogStruct without one",
+         [&] { client.RequestLevelsForLogStruct(levels, db.Info, {3}, false, nullptr); },
+         "get_log_level_values", "db_id=7 use_filters=false", path3},
+        {"SetLogDbStruct",
+         [&] {
+             client.SetLogDbStruct(5, {"a", "b"});
+         },
+         "set_log_db_struct", "",
+         R"(<log_db_struct><item type="a"/><item type="b"/></log_db_struct>)"},
+        {"RequestFilterPopupList",
+         [&] { client.RequestFilterPopupList(5, filter, &db.Info.Structure, "%well", values); },
+         "get_popup_navi_list", "db_id=5 request=%well", Unchecked()},
+        {"RequestFilterPopupValues",
+         [&] { client.RequestFilterPopupValues(db, filter, nullptr, "*t.c", values); },
+         "get_popup_navi_list", "db_id=7 request=*t.c", Checked()},
+        {"SetFilter", [&] { client.SetFilter(5, &db.Info.Structure, filter); }, "set_filters",
+         "db_id=5", Unchecked()},
+        {"CheckAndSetFilter", [&] { client.CheckAndSetFilter(db, filter); }, "set_filters",
+         "db_id=7", Checked()},
+        {"GetFilterStats using the filter", [&] { client.GetFilterStats(db, filter, stats, true); },
+         "get_filter_stats", "db_id=7 use_filter=True", Checked(),
+         AnswerPacket(R"(total_files="1" filtered_files="0")")},
+        {"GetFilterStats without it", [&] { client.GetFilterStats(db, filter, stats, false); },
+         "get_filter_stats", "db_id=7 use_filter=False", "",
+         AnswerPacket(R"(total_files="1" filtered_files="0")")},
+        {"ConvertPathToFilter",
+         [&] {
+             client.ConvertPathToFilter(5, {3, 14}, nullptr, logStruct, out);
+         },
+         "cvt_path_to_filter", "db_id=5", path314 + kLogStruct},
+        {"MergeFilters", [&] { client.MergeFilters(db.Info, filter, other, out); }, "merge_filters",
+         "db_id=7",
+         "<Filter1>" + Unchecked() +
+             R"(</Filter1><Filter2><Filter><Item Param="%field" Oper="="><Items><Item>F</Item></Items></Item></Filter></Filter2>)"},
+        {"GetColumnNames", [&] { client.GetColumnNames(5, values); }, "get_column_names", "db_id=5",
+         ""},
+        {"GetTableColumnNames", [&] { client.GetTableColumnNames(6, columns); }, "get_column_names",
+         "db_id=6", ""},
+        {"GetTableColNames", [&] { client.GetTableColNames(5, "main", values); },
+         "get_col_names_for_table", "db_id=5 Table=main", ""},
+        {"GetTableColumnNamesForFiles",
+         [&] {
+             client.GetTableColumnNamesForFiles({"DIRECT:a.ws", "b.ws"}, "main", columns);
+         },
+         "get_col_names_for_files", "TableName=main",
+         "<FilesList><Item>a.ws</Item><Item>b.ws</Item></FilesList>"},
+        {"RequestKeyValues with a filter",
+         [&] {
+             pugi::xml_document doc;
+             client.RequestKeyValues(&filter, doc);
+         },
+         "get_key_values", "", ""},
+        {"RequestKeyValuesForFiles",
+         [&] {
+             TTableColumnNames cols;
+             cols.Add().Table = "main";
+             cols.GetItem(0).ColNames = {"DEPTH"};
+             client.RequestKeyValuesForFiles(nullptr, {"DIRECT:a.ws"}, cols, files);
+         },
+         "get_key_values_for_files", "",
+         R"(<FilesList><Item>a.ws</Item></FilesList><ColumnNames><Item Table="main"><ColNames><Item>DEPTH</Item></ColNames></Item></ColumnNames>)"},
+        {"RequestSimpleCurvesList", [&] { client.RequestSimpleCurvesList(5, {3}, true, curves); },
+         "get_simple_curves_list", "db_id=5 use_filters=True", path3},
+        {"GetSimpleCurvesList", [&] { client.GetSimpleCurvesList(db, {3}, false, true, curves); },
+         "get_simple_curves_list", "db_id=7 use_filters=False use_versions=True",
+         path3 + kLogStruct},
+    };
+    std::size_t i = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        server.Expect(c.cmd).Reply(c.answer);
+        c.call();
+        const RecordedRequest& r = server.Request(i++);
+        EXPECT_EQ(Attrs(r), c.attrs);
+        EXPECT_EQ(Body(r), c.body);
+    }
+    server.Verify();
+}
+
+TEST_F(LevelCommandsTest, LevelFilesAreReadWithTheDatabasesStructureForALogicalStructure) {
+    const std::string answer = AnswerPacket(
+        "",
+        R"(<file name="a.ws" type="1" is_main="true"><path><item value="F1"/><item value="W1"/></path></file>)"
+        R"(<other/><file name="b.ws" type="2" is_main="false"/>)");
+    TLevelFilesList files;
+    server.Expect().Reply(answer);
+    client.RequestFiles(files, 5, {}, {}, "");
+    ASSERT_EQ(files.GetCount(), 2);
+    EXPECT_EQ(files.GetItem(0).PathValues, TStringList({"F1", "W1"}));
+    EXPECT_TRUE(files.GetItem(0).PathNames.Empty());
+    EXPECT_EQ(files.GetItem(1).DbId, -1);
+
+    server.Expect().Reply(answer);
+    client.RequestFilesForLogStruct(files, db.Info, {}, {}, "", logStruct);
+    ASSERT_EQ(files.GetCount(), 2);
+    EXPECT_EQ(files.GetItem(0).PathNames.Values("%well"), "W1");
+    EXPECT_EQ(files.GetItem(0).DbId, 7);
+    EXPECT_EQ(files.GetItem(1).DbId, 7);
+    server.Verify();
+}
+
+TEST_F(LevelCommandsTest, LevelsPopupValuesAndFiltersAreReadFromTheAnswer) {
+    TLevelsList levels;
+    server.Expect().Reply(
+        AnswerPacket("", R"(<level_values><item id="3" name="W1" path="p"/></level_values>)"));
+    client.RequestLevelsList(5, {}, false, false, false, nullptr, levels);
+    ASSERT_EQ(levels.GetCount(), 1);
+    EXPECT_EQ(levels.GetItem(0).Name, "W1");
+
+    TStringList values{"old"};
+    server.Expect().Reply(AnswerPacket("", "<Items><Item>x</Item><Item>y z</Item></Items>"));
+    client.RequestFilterPopupValues(db, filter, nullptr, "%well", values);
+    EXPECT_EQ(values, TStringList({"x", "y z"}));
+
+    const std::string read = std::string("<Filter>") + kWellItem + "</Filter>";
+    for (const bool merge : {false, true}) {
+        TFilter result = filter;
+        server.Expect().Reply(AnswerPacket("", read));
+        if (merge)
+            client.MergeFilters(db.Info, filter, filter, result);
+        else
+            client.ConvertPathToFilter(5, {3}, nullptr, logStruct, result);
+        ASSERT_EQ(result.GetCount(), 1) << merge;
+        EXPECT_EQ(result.GetItem(0).Key, "%well");
+        EXPECT_EQ(result.GetItem(0).Values, TStringList({"12"}));
+    }
+    server.Verify();
+}
+
+TEST_F(LevelCommandsTest, FilterStatisticsNeedBothCounts) {
+    struct Case {
+        const char* attrs;
+        bool ok;
+    } cases[] = {
+        {R"(total_files="40" filtered_files="-12")", true},
+        {R"(filtered_files="12")", false},
+        {R"(total_files="40")", false},
+        {R"(total_files="4x" filtered_files="12")", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.attrs);
+        TFilterStatistics stats;
+        server.Expect().Reply(AnswerPacket(c.attrs));
+        if (!c.ok) {
+            EXPECT_THROW(client.GetFilterStats(db, filter, stats, true), EConvertError);
+            continue;
+        }
+        client.GetFilterStats(db, filter, stats, true);
+        EXPECT_EQ(stats.TotalFiles, 40);
+        EXPECT_EQ(stats.FilteredFiles, -12);
+    }
+    server.Verify();
+}
+
+TEST_F(LevelCommandsTest, ColumnNamesSkipEmptyValuesAndOtherElements) {
+    TStringList names{"old"};
+    server.Expect().Reply(AnswerPacket(
+        "", R"(<names><name value="DEPTH"/>text<name value=""/><Name value="X"/><col value="Y"/>)"
+            R"(<name value="GK"/></names><name value="Z"/>)"));
+    client.GetColumnNames(5, names);
+    EXPECT_EQ(names, TStringList({"DEPTH", "GK"}));
+
+    TTableColumnNames columns;
+    server.Expect().Reply(AnswerPacket(
+        "",
+        R"(<ColumnNames><Item Table="main"><ColNames><Item>DEPTH</Item></ColNames></Item></ColumnNames>)"));
+    client.GetTableColumnNames(5, columns);
+    ASSERT_EQ(columns.GetCount(), 1);
+    EXPECT_TRUE(columns.Exists("main", "DEPTH"));
+
+    server.Expect().Reply(
+        AnswerPacket("", "<TableColumnNames><Item>A</Item><Item>B</Item></TableColumnNames>"));
+    client.GetTableColNames(5, "main", names);
+    EXPECT_EQ(names, TStringList({"A", "B"}));
+    server.Verify();
+}
+
+TEST_F(LevelCommandsTest, KeyValuesAreCopiedUnderANewRootOfTheCallersDocument) {
+    pugi::xml_document doc;
+    server.Expect().Reply(AnswerPacket(
+        "", R"(<other/><files><file name="a.ws"><key col="c" value="1"/></file></files>)"));
+    client.RequestKeyValues(nullptr, doc);
+    std::ostringstream text;
+    doc.print(text, "", pugi::format_raw | pugi::format_no_declaration);
+    EXPECT_EQ(
+        text.str(),
+        R"(<result><files><file name="a.ws"><key col="c" value="1"/></file></files></result>)");
+
+    // A document that already has a root cannot take the answer: nothing is sent.
+    EXPECT_THROW(client.RequestKeyValues(nullptr, doc), Error);
+    EXPECT_EQ(server.RequestCount(), 1u);
+    server.Verify();
+}
+
+TEST_F(LevelCommandsTest, SimpleCurvesAreReadFromCurveAndPlanshetChildrenOnly) {
+    TSimpleCurvesList curves;
+    server.Expect().Reply(AnswerPacket(
+        "", R"(<curves><curve name="GK" table="main" count="3" version="v1"><planshet name="P1"/>)"
+            R"(<other name="X"/><Planshet name="Y"/><planshet name="P2"/></curve><item name="no"/>)"
+            R"(<curve name="PS" count="0"/></curves>)"));
+    client.RequestSimpleCurvesList(5, {}, false, curves);
+    ASSERT_EQ(curves.GetCount(), 2);
+    const TSimpleCurvesListItem& gk = curves.GetItem(0);
+    EXPECT_EQ(gk.Name, "GK");
+    EXPECT_EQ(gk.Table, "main");
+    EXPECT_EQ(gk.Count, 3);
+    EXPECT_EQ(gk.Version, "v1");
+    EXPECT_EQ(gk.Planshets, TStringList({"P1", "P2"}));
+    EXPECT_EQ(curves.GetItem(1).Name, "PS");
+    EXPECT_TRUE(curves.GetItem(1).Planshets.Empty());
+
+    server.Expect().Reply(
+        AnswerPacket("", R"(<curves><curve name="A" count="1"/><curve name="B"/></curves>)"));
+    EXPECT_THROW(client.GetSimpleCurvesList(db, {}, false, false, curves), EConvertError);
+    EXPECT_EQ(curves.GetCount(), 2);  // the first and the one that failed
+    server.Verify();
+}
+
+TEST_F(LevelCommandsTest, ErrorAnswersLeaveListsClearedOnlyWhereTheCommandClearsFirst) {
+    TLevelFilesList files;
+    TStringList names;
+    TSimpleCurvesList curves;
+    TTableColumnNames columns;
+    auto fileCount = [&] { return files.GetCount(); };
+    auto nameCount = [&] { return names.Count(); };
+    struct Case {
+        std::function<void()> call;
+        std::function<int()> count;  // of the list the command fills, which held one entry
+        int after;
+    } cases[] = {
+        {[&] { client.RequestFiles(files, 5, {}, {}, ""); }, fileCount, 0},
+        {[&] { client.RequestFilesForLogStruct(files, db.Info, {}, {}, "", logStruct); }, fileCount,
+         0},
+        {[&] { client.RequestFilterPopupList(5, filter, nullptr, "r", names); }, nameCount, 0},
+        {[&] { client.RequestFilterPopupValues(db, filter, nullptr, "r", names); }, nameCount, 0},
+        {[&] { client.GetColumnNames(5, names); }, nameCount, 0},
+        {[&] { client.GetTableColNames(5, "t", names); }, nameCount, 1},
+        {[&] { client.RequestKeyValuesForFiles(nullptr, {"a.ws"}, columns, files); }, fileCount, 1},
+        {[&] { client.RequestSimpleCurvesList(5, {}, true, curves); },
+         [&] { return curves.GetCount(); }, 1},
+    };
+    int i = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(i++);
+        files.Clear();
+        files.Add();
+        names = {"keep"};
+        curves.Clear();
+        curves.Items.Add();
+        server.Expect().Reply(ErrorPacket(12, "Нет доступа"));
+        try {
+            c.call();
+            ADD_FAILURE() << "no exception";
+        } catch (const TOstraClientSocketException& e) {
+            EXPECT_EQ(e.Code, 12);
+            EXPECT_STREQ(e.what(), "Нет доступа");
+        }
+        EXPECT_EQ(c.count(), c.after);
+    }
+    server.Verify();
+}
+
+TEST_F(LevelCommandsTest, FileListCommandsGoToTheNamedServerAndComeBack) {
+    test::ScriptedServer other;
+    const std::string named =
+        "WSTP:///HOST:127.0.0.1//PORT:" + std::to_string(other.Port()) + "/D:\\w\\a.ws";
+    const TStringList files{named, "b.ws"};
+    TTableColumnNames columns;
+    TLevelFilesList list;
+    struct Case {
+        const char* cmd;
+        std::function<void()> call;
+    } cases[] = {
+        {"get_col_names_for_files",
+         [&] { client.GetTableColumnNamesForFiles(files, "main", columns); }},
+        {"get_key_values_for_files",
+         [&] { client.RequestKeyValuesForFiles(nullptr, files, columns, list); }},
+    };
+    const std::int32_t home = client.GetPort();
+    std::size_t i = 0;
+    for (const Case& c : cases) {
+        for (const bool fail : {false, true}) {
+            SCOPED_TRACE(std::string(c.cmd) + (fail ? " failing" : ""));
+            other.Expect(c.cmd).Reply(fail ? ErrorPacket(3, "x") : AnswerPacket());
+            if (fail)
+                EXPECT_THROW(c.call(), TOstraClientSocketException);
+            else
+                c.call();
+            const pugi::xml_node sent = other.Request(i++).Command().child("FilesList");
+            EXPECT_STREQ(sent.first_child().text().get(), "D:\\w\\a.ws");
+            EXPECT_STREQ(sent.last_child().text().get(), "b.ws");
+            EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost);
+            EXPECT_EQ(client.GetPort(), home);
+            EXPECT_EQ(files[0], named);
+        }
+    }
+    other.Verify();
+    server.Verify();
+}
+
+}  // namespace
+}  // namespace ostradb

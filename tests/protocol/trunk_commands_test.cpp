@@ -1,0 +1,210 @@
+// Trunk and map commands: what each sends and reads, the extra-column text form and the map
+// trunk attributes.
+
+#include <functional>
+#include <tuple>
+
+#include "exchange_fixture.hpp"
+#include "ostradb/model/filters.hpp"
+#include "ostradb/model/trunks.hpp"
+#include "ostradb/protocol/trunk_commands.hpp"
+#include "request_shape.hpp"
+
+namespace ostradb {
+namespace {
+
+using test::AnswerPacket;
+
+TEST(MapSpecialCols, ReadFromTextSplitsTableFromColumnAtTheFirstDot) {
+    using Col = std::tuple<std::string, std::string, std::string>;
+    const struct {
+        const char* text;
+        std::vector<Col> cols;
+    } cases[] = {
+        {"Depth=WELLS.DEPTH", {{"Depth", "WELLS", "DEPTH"}}},
+        {"Kp=GIS.KP.MEAN", {{"Kp", "GIS", "KP.MEAN"}}},
+        {"Kp=.KP", {{"Kp", "", "KP"}}},
+        {"Kp=GIS\nKp2=GIS.\nKp3=\nKp4=.", {}},
+        {"", {}},
+        {"A=B.C\r\nA=B.C\r\n", {{"A", "B", "C"}, {"A", "B", "C"}}},
+        // no "=", an empty name; CR alone ends a line too
+        {"Depth\r=X.Y\rB=T.C", {{"B", "T", "C"}}},
+        // a repeated name, in any letter case, takes its first line's value
+        {"K=A.B\nk=C.D", {{"K", "A", "B"}, {"k", "A", "B"}}},
+    };
+    for (const auto& c : cases) {
+        TMapSpecialCols cols;
+        cols.Add("P", "T", "C");  // kept
+        cols.ReadFromText(c.text);
+        std::vector<Col> got;
+        for (const TMapSpecialCol& col : cols.Items)
+            got.emplace_back(col.Param, col.Table, col.Col);
+        std::vector<Col> expected{{"P", "T", "C"}};
+        expected.insert(expected.end(), c.cols.begin(), c.cols.end());
+        EXPECT_EQ(got, expected) << c.text;
+    }
+}
+
+TEST(MapTrunkAttributes, TypedValuesAndLookUp) {
+    TMapTrunkAttributes attrs;
+    TMapTrunkAttr& a = attrs.AddNew();
+    a.Name = "Глубина";
+    for (const char* notANumber : {"abc", "", "1.5x"}) {
+        a.Value = notANumber;
+        EXPECT_EQ(a.GetFloat(), 0.0f) << notANumber;
+        EXPECT_EQ(a.GetInteger(), 0) << notANumber;
+    }
+    a.SetInteger(-5);
+    EXPECT_EQ(a.Value, "-5");
+    a.SetFloat(0.1f);
+    EXPECT_EQ(a.Value, "0.1");
+    EXPECT_EQ(a.GetFloat(), 0.1f);
+
+    EXPECT_EQ(&attrs.FindByNameOrCreate("ГЛУБИНА"), &a);
+    TMapTrunkAttr& created = attrs.FindByNameOrCreate("Kp");
+    ASSERT_EQ(attrs.Count(), 2);
+    EXPECT_EQ(&attrs.Item(1), &created);
+    EXPECT_EQ(created.Name, "Kp");
+    EXPECT_EQ(attrs.FindByName("none"), nullptr);
+}
+
+TEST_F(ExchangeTest, TrunkAndMapCommandsSendAndRead) {
+    TFilter filter;
+    TFilterItem& item = filter.Add();
+    item.Key = "%well";
+    item.Values.Add("12");
+    // The filter as it stands in the command element itself.
+    const std::string F =
+        R"(<Filter><Item Param="%well" Oper="="><Items><Item>12</Item></Items></Item></Filter>)";
+
+    TTrunkList trunks, toSave;
+    toSave.Add().TId = "t9";
+    TFilesForTrunkList files;
+    TMapTrunks map, toWrite;
+    TMapTrunk& mt = toWrite.AddNew();
+    mt.TID = "t1";
+    mt.Attributes.FindByNameOrCreate("Depth").SetInteger(1500);
+    mt.PlastsCross.AddNew().PlastName = "P1";
+    toWrite.StratIdents.Add("S1");
+    TMapSpecialCols extra;
+    extra.Add("Depth", "WELLS", "DEPTH");
+    TStringList plastNames{"stale"};
+    TMapPlastsCrossItems crosses;
+
+    const struct {
+        std::function<void()> call;
+        std::string request;  // the command element
+        std::string answer;   // the answer element's children
+        std::function<void()> check;
+    } cases[] = {
+        {[&] {
+             client.GetTrunkObjects(TStringList{"t1", "t2"}, trunks);
+         },
+         R"(<command cmd="get_trunk_data"><Ids><Item>t1</Item><Item>t2</Item></Ids></command>)",
+         R"(<Trunks><Item TId="t1" DbId="5" Well="12"/></Trunks>)",
+         [&] {
+             ASSERT_EQ(trunks.GetCount(), 1);
+             EXPECT_EQ(trunks.GetItem(0).DbId, 5);
+             EXPECT_EQ(trunks.GetItem(0).Well, "12");
+         }},
+        {[&] { client.SetTrunkObjects(toSave); },
+         R"(<command cmd="set_trunk_data"><Trunks><Item TId="t9" DbId="0" FileName="")", "", [] {}},
+        {[&] { client.GetFilesNamesForTrunks(7, TStringList{"t1"}, &filter, files); },
+         R"(<command cmd="get_files_for_trunks" db_id="7"><Trunks><Item>t1</Item></Trunks>)" + F +
+             "</command>",
+         R"(<Result><FilesList><Item TrunkId="t1"><FilesNames><Item>a.ws</Item>)"
+         R"(<Item>b.ws</Item></FilesNames></Item></FilesList></Result>)",
+         [&] {
+             ASSERT_EQ(files.Count(), 1);
+             EXPECT_EQ(files.Item(0).TrunkId, "t1");
+             EXPECT_EQ(files.Item(0).FilesNames.Lines(),
+                       (std::vector<std::string>{"a.ws", "b.ws"}));
+         }},
+        {[&] { client.GetMapTrunks(8, &filter, extra, map); },
+         R"(<command cmd="get_map_trunks" db_id="8">)" + F +
+             R"(<ExtraCols><Item Param="Depth" Table="WELLS" Col="DEPTH"/></ExtraCols></command>)",
+         R"(<Result><Trunks><Item TID="t1"><PlastsCross><Item TID="t1" PlastName="P" X="1.5")"
+         R"( Y="2" Z="-3"/></PlastsCross><Attributes><Item Name="Depth" Value="1500"/>)"
+         R"(</Attributes></Item></Trunks><StratIdents><Item>S1</Item></StratIdents></Result>)",
+         [&] {
+             ASSERT_EQ(map.Count(), 1);
+             const TMapTrunk& t = map.Item(0);
+             EXPECT_EQ(t.TID, "t1");
+             ASSERT_EQ(t.Attributes.Count(), 1);
+             EXPECT_EQ(t.Attributes.Item(0).GetInteger(), 1500);
+             ASSERT_EQ(t.PlastsCross.Count(), 1);
+             EXPECT_EQ(t.PlastsCross.Item(0).X, 1.5f);
+             EXPECT_EQ(t.PlastsCross.Item(0).Z, -3.0f);
+             EXPECT_EQ(map.StratIdents.Lines(), std::vector<std::string>{"S1"});
+         }},
+        {[&] { client.WriteTrunksAndPlastsData(9, "S1", toWrite, true, false); },
+         R"(<command cmd="set_map_data" db_id="9" strat_ident="S1" clear_attrs="true")"
+         R"( clear_crosses="false"><Trunks><Trunks><Item TID="t1"><PlastsCross><Item TID="")"
+         R"( PlastName="P1" X="0" Y="0" Z="0"/></PlastsCross><Attributes><Item Name="Depth")"
+         R"( Value="1500"/></Attributes></Item></Trunks><StratIdents><Item>S1</Item>)"
+         R"(</StratIdents></Trunks></command>)",
+         "", [] {}},
+        {[&] { client.GetPlastNamesForMap(10, nullptr, "S2", plastNames); },
+         R"(<command cmd="get_map_plast_names" db_id="10" strat_ident="S2"/>)",
+         R"(<Result><Item>P1</Item><Item>P2</Item></Result>)",
+         [&] {
+             EXPECT_EQ(plastNames.Lines(), (std::vector<std::string>{"P1", "P2"}));
+         }},
+        {[&] { client.GetPlastsCrossItems(11, &filter, "S3", "P1", crosses); },
+         R"(<command cmd="get_plasts_cross" db_id="11" strat_ident="S3" plast_name="P1">)" + F +
+             "</command>",
+         R"(<Result><PlastsCross><Item TID="t2" PlastName="P1" X="1" Y="2" Z="3"/>)"
+         R"(</PlastsCross></Result>)",
+         [&] {
+             ASSERT_EQ(crosses.Count(), 1);
+             EXPECT_EQ(crosses.Item(0).TID, "t2");
+             EXPECT_EQ(crosses.Item(0).Y, 2.0f);
+         }},
+    };
+    std::size_t i = 0;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.request);
+        server.Expect().Reply(AnswerPacket({}, c.answer));
+        c.call();
+        // A trunk's many attributes belong to the trunk model: only their start is compared.
+        const std::string sent = test::CommandText(server.Request(i++));
+        EXPECT_EQ(sent.substr(0, c.request.size()), c.request);
+        c.check();
+    }
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, TrunksForFilesStripsTheCallersNamesAndRestoresTheServer) {
+    client.SetHostPort("elsewhere.invalid", 1);
+    const std::string address =
+        "WSTP://DIRECT:/HOST:127.0.0.1//PORT:" + std::to_string(server.Port()) + "/";
+    TStringList names{address + "D:\\a.ws", "D:\\b.ws"};
+    TTrunkList trunks;
+    server.Expect().Reply(AnswerPacket({}, R"(<Trunks><Item TId="t"/></Trunks>)"));
+    server.Expect().Reply(test::ErrorPacket(3, "нет данных"));
+
+    client.GetTrunkObjectsForFiles(names, trunks);
+    EXPECT_EQ(names.Lines(), (std::vector<std::string>{"D:\\a.ws", "D:\\b.ws"}));
+    EXPECT_EQ(test::CommandText(server.Request(0)),
+              R"(<command cmd="get_trunks_for_files"><FileNames><Item>D:\a.ws</Item>)"
+              R"(<Item>D:\b.ws</Item></FileNames></command>)");
+    EXPECT_EQ(trunks.GetCount(), 1);
+    EXPECT_EQ(client.GetHost(), "elsewhere.invalid");
+    EXPECT_EQ(client.GetPort(), 1);
+
+    names = TStringList{address + "D:\\c.ws"};
+    try {
+        client.GetTrunkObjectsForFiles(names, trunks);
+        FAIL() << "no error";
+    } catch (const TOstraClientSocketException& e) {
+        EXPECT_EQ(e.Code, 3);
+        EXPECT_STREQ(e.what(), "нет данных");
+    }
+    EXPECT_EQ(trunks.GetCount(), 1);
+    EXPECT_EQ(client.GetHost(), "elsewhere.invalid");
+    EXPECT_EQ(client.GetPort(), 1);
+    server.Verify();
+}
+
+}  // namespace
+}  // namespace ostradb
