@@ -32,9 +32,11 @@
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/file_commands.hpp"
 #include "ostradb/protocol/level_commands.hpp"
+#include "ostradb/protocol/search_commands.hpp"
 #include "ostradb/protocol/server_version.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
 #include "ostradb/protocol/trunk_commands.hpp"
+#include "ostradb/protocol/well_commands.hpp"
 #include "ostradb/users/rights.hpp"
 
 namespace ostradb {
@@ -372,7 +374,74 @@ public:
 
     // ---- Search (src/protocol/search_commands.cpp) ----------------------------------------
 
+    // Adds to Files (not cleared first) the "filename" of every "file" the server found.
+    void Search(const TSearchRequest& Request, TStringList& Files);
+    // "search" with the caller's own request: the root element of RequestDoc is copied, with
+    // everything in it, as a child of the command element (a root "items" holding "filter"
+    // elements gives the request Search makes). AnswerDoc is replaced by a document whose root
+    // is a copy of the answer's "result" element (an empty "result" when the server sent none).
+    void SearchXML(const pugi::xml_document& RequestDoc, pugi::xml_document& AnswerDoc);
+    // The files whose level values match Words, read with the database's structure, and the
+    // server's time for the search.
+    void SearchLevels(const TDatabase& Database, const TStringList& Words, TLevelFilesList& Files,
+                      double& ExecTime);
+    // The wells whose level values match Words; Result.ExecTime gets the server's time.
+    void SearchLevels2(const TDatabase& Database, const TStringList& Words,
+                       TSearchLevelsResult& Result);
+    // Curves by name and type in the files of Args (the caller's Args are not changed). Asks
+    // for the database list first, then turns each found file's short name into a full
+    // "WSTP://" name of its database (without host and port); a file of a database the list
+    // lacks keeps the server's name.
+    void FindCurves(const TFindCurveSearchArguments& Args, TFindCurveResult& Result);
+    // The files of the well given by its level values.
+    void FindFilesForWell(std::int32_t DbId, const TStringList& LevelValues, TStringList& Files,
+                          TFindFilesForWellOpts Opts = {});
+
     // ---- Well contents (src/protocol/well_commands.cpp) -----------------------------------
+
+    // Commands on file names send a checked copy of the caller's names (see CheckFileName)
+    // and restore host and port afterwards, unless said otherwise.
+
+    // Sends the file name exactly as given: no address check, host and port untouched.
+    void DeleteCurve(std::string FileName, std::string Table, std::string KeyStr,
+                     std::string Curve);
+    void RenameTable(const std::string& FileName, const std::string& OldName,
+                     const std::string& NewName);
+    void DeleteTable(const std::string& FileName, const std::string& Table);
+    // Tables and Curves are sent as given.
+    void GetUnitsList(const TStringList& FileNames, const TStringList& Tables,
+                      const TStringList& Curves, TStringList& Result);
+    void GetCollectionsForFiles(const TStringList& FileNames, TGetCollectionsListResult& Result);
+    // Appends the dictionary's values to Values, which is not cleared first.
+    void RequestDictValues(std::int32_t DbId, const std::string& Level, EDictMode Mode,
+                           TStringList& Values);
+    // The value for Key, or empty when the dictionary has none (Found false).
+    std::string RequestDictValue(std::int32_t DbId, const std::string& Level,
+                                 const std::string& Key, EDictMode Mode, bool& Found);
+    void GetStratumData(const TStringList& FileNames, const std::string& Table,
+                        const std::string& Ident, TStratumDataItems& Result);
+    void GetStratumText(const TStringList& FileNames, const std::string& Table,
+                        const std::string& Ident, TGetStartTextAndInfoResult& Result);
+    // Tables (may be null) limits the tables described; Result is read without a structure.
+    void GetWsInfo(const TStringList& FileNames, const TStringList* Tables, TWsInfoOptions Options,
+                   TLevelFilesList& Result);
+    // The stratum identifiers of the column Table; GetStratumIdents asks with an empty table.
+    void GetColumnIdents(const TStringList& FileNames, const std::string& Table,
+                         TStringList& Result);
+    void GetStratumIdents(const TStringList& FileNames, TStringList& Result);
+    void GetPlansheetsList(const TStringList& FileNames, TStringList& Result);
+    // Checks the caller's own FileNames in place: afterwards they hold the names without their
+    // address prefixes.
+    void GetTablesList(TStringList& FileNames, TStringList& Result);
+    // Tables is sent as given.
+    void GetCurvesList(const TStringList& FileNames, const TStringList& Tables,
+                       TCurvesListOpts Options, TCurvesList& Result);
+    void ParseFileNameEx(const TStringList& FileNames, TParseFNOptions Options,
+                         TParseFileNameResult& Result);
+    // The level values of one file's place in its database.
+    void ParseFileName(const std::string& FileName, TStringList& Result);
+    // The index the server keeps of a file, for the file's modification time FileTime.
+    void GetWsIndex(const std::string& FileName, TDateTime FileTime, TGetWsIndexResult& Result);
 
     // ---- Trunks and maps (src/protocol/trunk_commands.cpp) --------------------------------
 
