@@ -96,7 +96,7 @@ void PutFileContents(CommandContext& ctx) {
     } catch (const fs::filesystem_error&) {
         throw Refusal(ecCannotCreateFile, name);
     }
-    auto buffer = std::make_unique<char[]>(kChunkSize);
+    auto buffer = std::make_unique_for_overwrite<char[]>(kChunkSize);
     try {
         while (const std::size_t n = ctx.payload.Read(buffer.get(), kChunkSize))
             writer->Write(buffer.get(), n);

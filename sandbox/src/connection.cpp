@@ -19,7 +19,8 @@ namespace ostradb::sandbox {
 
 namespace {
 
-constexpr std::size_t kReadSize = std::size_t{64} << 10;
+// Requests are small; the reader zero-fills what it prepares, so ask for little at a time.
+constexpr std::size_t kReadSize = std::size_t{16} << 10;
 constexpr std::size_t kChunkSize = std::size_t{256} << 10;
 
 // The payload a packet announces, found in its raw text: for packets that do not parse, so
@@ -94,7 +95,8 @@ public:
     }
 
     void Drain() {
-        auto buffer = std::make_unique<char[]>(kChunkSize);
+        if (remaining_ == 0) return;
+        auto buffer = std::make_unique_for_overwrite<char[]>(kChunkSize);
         while (Read(buffer.get(), kChunkSize) > 0) {
         }
     }
@@ -254,7 +256,7 @@ private:
         if (!file) return;
 
         allowance = faults ? faults->dropAfterPayloadBytes : -1;
-        auto buffer = std::make_unique<char[]>(kChunkSize);
+        auto buffer = std::make_unique_for_overwrite<char[]>(kChunkSize);
         std::uint64_t left = file->Size();
         while (left > 0) {
             const ssize_t n =

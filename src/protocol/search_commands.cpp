@@ -197,6 +197,24 @@ void TOstraDbProtocol::SearchLevels2(const TDatabase& Database, const TStringLis
     LoadFromXML(Result, "Result", ans.answer);
 }
 
+void TOstraDbProtocol::FindCurves(const TFindCurveSearchArguments& Args, TFindCurveResult& Result) {
+    // Asked for before the argument names may switch the session to another server.
+    TDatabasesList databases;
+    RequestDatabasesListEx(databases, false);
+
+    detail::HostPortGuard hostPort(*this);
+    TFindCurveSearchArguments checked(Args);
+    CheckFileNames(checked.Files);
+
+    detail::Request req(*this, "find_curves");
+    SaveToXML(checked, "", req.command);
+    detail::Answer ans = req.Exchange();
+    LoadFromXML(Result, "", ans.answer);
+    for (TFindCurveResultFile& file : Result.Files)
+        if (const TDatabaseInfo* database = databases.FindById(file.DbId))
+            file.FileName = database->ShortFileNameToFullFileName(file.FileName, false);
+}
+
 void TOstraDbProtocol::FindFilesForWell(std::int32_t DbId, const TStringList& LevelValues,
                                         TStringList& Files, TFindFilesForWellOpts Opts) {
     detail::Request req(*this, "find_files_for_well");

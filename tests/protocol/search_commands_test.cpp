@@ -208,5 +208,98 @@ TEST_F(SearchCommands, FindFilesForWellSendsBothOptionsAndReadsTheFiles) {
     server.Verify();
 }
 
+// The connection settings as a local server, for the duration of a test.
+class LocalServerSettings {
+public:
+    LocalServerSettings() : saved_(ConnSettings().Local) { ConnSettings().Local = true; }
+    ~LocalServerSettings() { ConnSettings().Local = saved_; }
+
+private:
+    bool saved_;
+};
+
+TEST_F(SearchCommands, FindCurvesAsksForTheDatabasesThenResolvesTheFoundFiles) {
+    LocalServerSettings local;
+    TFindCurveSearchArguments args;
+    args.OnPlanshOnly = true;
+    // "localhost" reaches the scripted server too, but as another host: the session switches
+    // to it for the search and comes back to 127.0.0.1 after.
+    const std::string remote =
+        "WSTP://DIRECT:/HOST:localhost//PORT:" + std::to_string(server.Port()) + "/D:\\w\\a.ws";
+    args.AddFile(remote);
+    args.AddFile("b.ws");
+    TFindCurveSearchGroup& gamma = args.NewGroup("Гамма");
+    gamma.AddCurve("main", "ГК", fcsitCurve);
+    gamma.AddCurve("", "ПС", fcsitBed);
+
+    server.Expect("get_db_list").Reply(AnswerPacket("", R"(<databases>
+            <item id="3" name="Запад" path="D:\base\" ext_path="">
+              <roots><root internal_dir="E:\roots\r7\" external_dir="" id="7"/></roots></item>
+            <item id="4" name="Восток" path="F:\east\" ext_path=""/></databases>)"));
+    server.Expect("find_curves").Reply(AnswerPacket("", R"(<Files>
+            <Item FileName="${Root_7}\a.ws" DbId="3">
+              <Curves><Item SearchGroup="Гамма" ObjDPos="1024" TableMStart="16"/></Curves></Item>
+            <Item FileName="b.ws" DbId="4"/>
+            <Item FileName="c.ws" DbId="9"/></Files>)"));
+    TFindCurveResult result;
+    client.FindCurves(args, result);
+
+    ASSERT_EQ(result.GetFilesCount(), 3);
+    EXPECT_EQ(result.GetFile(0).FileName, "WSTP://DIRECT:E:\\roots\\r7\\a.ws");
+    EXPECT_EQ(result.GetFile(1).FileName, "WSTP://DIRECT:F:\\east\\b.ws");
+    EXPECT_EQ(result.GetFile(2).FileName, "c.ws");  // a database the list does not have
+    ASSERT_EQ(result.GetFile(0).Curves.Count(), 1);
+    const TFindCurveResultCurve& curve = result.GetFile(0).Curves[0];
+    EXPECT_EQ(curve.SearchGroup, "Гамма");
+    EXPECT_EQ(curve.ObjDPos, 1024);
+    EXPECT_EQ(curve.TableMStart, 16);
+
+    // The arguments stand on the command element itself.
+    const pugi::xml_node sent = server.Request(1).Command();
+    EXPECT_EQ(AttributesOf(sent),
+              (Attributes{{"cmd", "find_curves"}, {"OnPlanshOnly", "1"}, {"AllCurves", "0"}}));
+    EXPECT_STREQ(sent.first_child().name(), "Files");
+    EXPECT_STREQ(sent.first_child().next_sibling().name(), "Groups");
+    EXPECT_EQ(ItemTexts(sent.child("Files")), (Lines{"D:\\w\\a.ws", "b.ws"}));
+    const pugi::xml_node group = sent.child("Groups").child("Item");
+    EXPECT_STREQ(group.attribute("Name").value(), "Гамма");
+    std::vector<Attributes> curves;
+    for (pugi::xml_node c = group.child("Items").child("Item"); c; c = c.next_sibling("Item"))
+        curves.push_back(AttributesOf(c));
+    EXPECT_EQ(curves,
+              (std::vector<Attributes>{{{"Table", "main"}, {"Curve", "ГК"}, {"CurvType", "1"}},
+                                       {{"Table", ""}, {"Curve", "ПС"}, {"CurvType", "3"}}}));
+
+    EXPECT_EQ(server.Connections(), 2);  // the search went to the host its names named
+    EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost);
+    EXPECT_EQ(args.Files[0], remote);
+    server.Verify();
+}
+
+TEST_F(SearchCommands, FindCurvesRefusedRestoresTheHostAndNeedsTheDatabaseList) {
+    TFindCurveSearchArguments args;
+    args.AddFile("WSTP:///HOST:localhost//PORT:" + std::to_string(server.Port()) + "/a.ws");
+    TFindCurveResult result;
+    auto expectRefused = [&](int code) {
+        try {
+            client.FindCurves(args, result);
+            ADD_FAILURE() << "no error";
+        } catch (const TOstraClientSocketException& e) {
+            EXPECT_EQ(e.Code, code);
+        }
+        EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost);
+    };
+
+    server.Expect("get_db_list").Reply(AnswerPacket("", "<databases/>"));
+    server.Expect("find_curves").Reply(ErrorPacket(77, "Нет файла"));
+    expectRefused(77);
+
+    // Without the list no search is sent (Verify reports any further request).
+    server.Expect("get_db_list").Reply(ErrorPacket(78, "Нет доступа"));
+    expectRefused(78);
+    EXPECT_EQ(server.RequestCount(), 3u);
+    server.Verify();
+}
+
 }  // namespace
 }  // namespace ostradb
