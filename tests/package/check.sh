@@ -16,4 +16,17 @@ flags=$(PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig" pkg-config --cflags --libs 
 # shellcheck disable=SC2086
 c++ -std=c++20 "$source_dir/main.cpp" -o "$work/pc" $flags -licuuc -licui18n -lcrypto -lsimpleini
 LD_LIBRARY_PATH="$work/prefix/lib" "$work/pc" | grep -qx ok
+
+# The README's example against a sandbox of the same build, when it is built.
+sandbox="$build_dir/sandbox/ostradb-sandbox"
+if [ -x "$sandbox" ]; then
+  "$sandbox" --data "$work/data" --port 0 --quiet >"$work/port" &
+  sandbox_pid=$!
+  trap 'kill "$sandbox_pid" 2>/dev/null; wait "$sandbox_pid" 2>/dev/null; rm -rf "$work"' EXIT
+  for _ in $(seq 100); do [ -s "$work/port" ] && break; sleep 0.1; done
+  port=$(head -n1 "$work/port")
+  OSTRADB_PASSWORD=admin LD_LIBRARY_PATH="$work/prefix/lib" \
+    "$work/consumer/databases" 127.0.0.1 "$port" admin >"$work/databases.txt"
+  grep -q $'\tNorth Sea Demo\t/Field/Well/Survey$' "$work/databases.txt"
+fi
 echo "package ok"
