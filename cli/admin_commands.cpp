@@ -9,12 +9,12 @@
 #include "commands.hpp"
 #include "errors.hpp"
 #include "lookup.hpp"
-#include "output.hpp"
 #include "ostradb/model/filters.hpp"
 #include "ostradb/protocol/admin_commands.hpp"
 #include "ostradb/users/users.hpp"
 #include "ostradb/util/dates.hpp"
 #include "ostradb/util/text.hpp"
+#include "output.hpp"
 #include "terminal.hpp"
 
 namespace ostradb::cli {
@@ -22,9 +22,8 @@ namespace ostradb::cli {
 namespace {
 
 // Short names of the rights bits 1, 2, 4 ... 64, for tables and JSON.
-constexpr const char* kRightNames[] = {"view",        "change-data",  "change-files",
-                                       "change-dbs",  "admin-server", "admin-users",
-                                       "browse-dirs"};
+constexpr const char* kRightNames[] = {"view",         "change-data", "change-files", "change-dbs",
+                                       "admin-server", "admin-users", "browse-dirs"};
 
 std::vector<std::string> RightNames(std::uint32_t mask) {
     std::vector<std::string> names;
@@ -126,8 +125,9 @@ void CheckAndSave(Context& ctx, TOstraDbProtocol& client, const TUmData& data) {
 std::string NewPassword(const std::string& login) {
     if (const char* given = std::getenv("OSTRADB_NEW_PASSWORD")) return given;
     if (!StdinIsTerminal())
-        throw UsageError("no password for the new user: set OSTRADB_NEW_PASSWORD, or run on a "
-                         "terminal to be asked");
+        throw UsageError(
+            "no password for the new user: set OSTRADB_NEW_PASSWORD, or run on a "
+            "terminal to be asked");
     const auto first = ReadHiddenLine("Password for the new user " + login + ": ");
     const auto second = ReadHiddenLine("The same password again: ");
     if (!first || !second) throw CliError("no password given");
@@ -228,13 +228,14 @@ struct StatArgs {
 std::string GroupLevelType(const TDatabaseInfo& db, const std::string& name) {
     std::vector<std::string> known;
     for (const TDbStructItem& item : db.Structure.Items) {
-        const std::string_view bare = std::string_view(item.Type).substr(item.Type.starts_with('%'));
+        const std::string_view bare =
+            std::string_view(item.Type).substr(item.Type.starts_with('%'));
         if (SameText(item.Type, name) || SameText(bare, name) || SameText(item.DisplayName, name))
             return item.Type;
         known.push_back(item.Type);
     }
-    throw UsageError("--group: \"" + name + "\" is no level of \"" + db.Name + "\"; its levels are " +
-                     Joined(known, ", "));
+    throw UsageError("--group: \"" + name + "\" is no level of \"" + db.Name +
+                     "\"; its levels are " + Joined(known, ", "));
 }
 
 void RunStat(Context& ctx, const StatArgs& args) {
@@ -263,7 +264,8 @@ void RunStat(Context& ctx, const StatArgs& args) {
             columns.push_back({{"name", value.Name}, {"kind", "value"}, {"type", value.ValueType}});
         Json rows = Json::array();
         for (const TFilesStatResultLine& line : result.Lines.Items) {
-            Json row = {{"name", line.Name}, {"texts", line.Texts.Lines()}, {"values", line.Values}};
+            Json row = {
+                {"name", line.Name}, {"texts", line.Texts.Lines()}, {"values", line.Values}};
             if (args.files) row["files"] = line.Files.Lines();
             rows.push_back(std::move(row));
         }
@@ -315,7 +317,8 @@ void RunUsersList(Context& ctx) {
 void AddAdminCommands(CLI::App& app, Context& ctx) {
     auto mask = std::make_shared<std::string>();
     CLI::App* options = app.add_subcommand("options", "List the server's options");
-    options->add_option("MASK", *mask, "only the options whose names match (comma-separated masks)");
+    options->add_option("MASK", *mask,
+                        "only the options whose names match (comma-separated masks)");
     options->footer("Examples:\n  ostradb options\n  ostradb options 'Log*,Backup*' --json");
     ctx.SetAction(options, [&ctx, mask] { RunOptions(ctx, *mask); });
 
@@ -328,7 +331,8 @@ void AddAdminCommands(CLI::App& app, Context& ctx) {
     option->add_option("NAME", optionArgs->name, "the option's name")->required();
     option->add_option("VALUE", optionArgs->value, "the new value; without it, show the value");
     option->footer("Examples:\n  ostradb option LogLevel\n  ostradb option LogLevel 3");
-    ctx.SetAction(option, [&ctx, optionArgs] { RunOption(ctx, optionArgs->name, optionArgs->value); });
+    ctx.SetAction(option,
+                  [&ctx, optionArgs] { RunOption(ctx, optionArgs->name, optionArgs->value); });
 
     CLI::App* users = app.add_subcommand("users", "List users, add one, or change a user's groups");
     users->require_subcommand(0, 1);
@@ -354,9 +358,8 @@ void AddAdminCommands(CLI::App& app, Context& ctx) {
     add->footer(
         "The password comes from $OSTRADB_NEW_PASSWORD or, on a terminal, from a prompt.\n"
         "Example:\n  ostradb users add anna --name 'Анна' --group 'Наблюдатели'");
-    ctx.SetAction(add, [&ctx, addArgs] {
-        RunUsersAdd(ctx, addArgs->login, addArgs->name, addArgs->groups);
-    });
+    ctx.SetAction(
+        add, [&ctx, addArgs] { RunUsersAdd(ctx, addArgs->login, addArgs->name, addArgs->groups); });
 
     auto groupsArgs = std::make_shared<UserArgs>();
     CLI::App* setGroups =

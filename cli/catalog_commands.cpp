@@ -20,10 +20,14 @@ namespace {
 
 const char* KindName(EDbStructExType kind) {
     switch (kind) {
-        case dsetNone: return "none";
-        case dsetString: return "text";
-        case dsetNumber: return "number";
-        case dsetDate: return "date";
+        case dsetNone:
+            return "none";
+        case dsetString:
+            return "text";
+        case dsetNumber:
+            return "number";
+        case dsetDate:
+            return "date";
     }
     return "other";
 }
@@ -237,9 +241,8 @@ void AddCatalogCommands(CLI::App& app, Context& ctx) {
         "Examples:\n"
         "  ostradb levels 'North Sea Demo'              the fields\n"
         "  ostradb levels 'North Sea Demo' Eastfield    the wells of a field");
-    ctx.SetAction(levels, [&ctx, levelsArgs] {
-        RunLevels(ctx, levelsArgs->database, levelsArgs->path);
-    });
+    ctx.SetAction(levels,
+                  [&ctx, levelsArgs] { RunLevels(ctx, levelsArgs->database, levelsArgs->path); });
 
     auto filesArgs = std::make_shared<FilesArgs>();
     CLI::App* files = app.add_subcommand("files", "List the files below a level path");

@@ -42,8 +42,8 @@ void RunExists(Context& ctx, const std::string& file);
 
 // search, tables, curves, plansheets (well_commands.cpp)
 void AddWellCommands(CLI::App& app, Context& ctx);
-void RunSearch(Context& ctx, const std::string& database, const std::vector<std::string>& conditions,
-               const std::string& tables);
+void RunSearch(Context& ctx, const std::string& database,
+               const std::vector<std::string>& conditions, const std::string& tables);
 void RunCurves(Context& ctx, const std::vector<std::string>& files,
                const std::vector<std::string>& tables);
 

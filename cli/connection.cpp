@@ -75,7 +75,8 @@ std::int64_t AnnouncedPayloadSize(std::string_view text) {
 Session::Session(Target target, bool trace) : target_(std::move(target)), trace_(trace) {
     client_.SetHostPort(target_.host, target_.port);
     client_.SetPacketTrace([this](bool request, std::string_view text) { Trace(request, text); });
-    client_.SetMessageBox([](const std::string& text) { std::cerr << "ostradb: " << text << '\n'; });
+    client_.SetMessageBox(
+        [](const std::string& text) { std::cerr << "ostradb: " << text << '\n'; });
     Interrupts().SetClient(&client_);
 }
 
@@ -88,8 +89,7 @@ void Session::Open() {
 
     const bool interactive = StdinIsTerminal();
     if (target_.user.empty()) {
-        if (!interactive)
-            throw UsageError("no user name: give -U/--user or set OSTRADB_USER");
+        if (!interactive) throw UsageError("no user name: give -U/--user or set OSTRADB_USER");
         const auto user = ReadLine("User on " + target_.host + ": ");
         if (!user || user->empty()) throw CliError("no user name given");
         target_.user = *user;
@@ -100,7 +100,8 @@ void Session::Open() {
     } else {
         if (!interactive)
             throw UsageError("no password: set OSTRADB_PASSWORD, or run on a terminal to be asked");
-        const auto typed = ReadHiddenLine("Password for " + target_.user + "@" + target_.host + ": ");
+        const auto typed =
+            ReadHiddenLine("Password for " + target_.user + "@" + target_.host + ": ");
         if (!typed) throw CliError("no password given");
         password = *typed;
         // A refused password is asked again, as long as the user is there to type it.

@@ -1,8 +1,8 @@
 // demo: a sandbox server inside this process, over a temporary copy of the sample data, and a
 // walk through what the client does with it.
 
-#include <CLI/CLI.hpp>
 #include <unistd.h>
+#include <CLI/CLI.hpp>
 
 #include <cstdlib>
 #include <filesystem>
@@ -101,10 +101,11 @@ std::string SandboxProgram() {
     std::error_code ec;
     const fs::path self = fs::read_symlink("/proc/self/exe", ec);
     if (!ec) {
-        for (const fs::path& candidate :
-             {self.parent_path() / "../sandbox/ostradb-sandbox", self.parent_path() / "ostradb-sandbox"}) {
+        for (const fs::path& candidate : {self.parent_path() / "../sandbox/ostradb-sandbox",
+                                          self.parent_path() / "ostradb-sandbox"}) {
             if (fs::exists(candidate, ec)) {
-                const fs::path shown = fs::relative(fs::canonical(candidate, ec), fs::current_path(), ec);
+                const fs::path shown =
+                    fs::relative(fs::canonical(candidate, ec), fs::current_path(), ec);
                 return ec || shown.empty() ? fs::canonical(candidate).string() : shown.string();
             }
         }
@@ -115,8 +116,9 @@ std::string SandboxProgram() {
 void RunDemo(Context& ctx) {
     const fs::path sample = sandbox::SandboxServer::FindSampleData();
     if (sample.empty())
-        throw CliError("the sandbox's sample data set is not found (run ostradb from its build "
-                       "tree or its installation)");
+        throw CliError(
+            "the sandbox's sample data set is not found (run ostradb from its build "
+            "tree or its installation)");
     TemporaryDirectory temp;
     const fs::path data = temp.Path() / "data";
     const fs::path downloads = temp.Path() / "downloads";
@@ -135,17 +137,19 @@ void RunDemo(Context& ctx) {
     const std::string port = std::to_string(server.Port());
 
     Walkthrough walk(ctx);
-    walk.Say(walk.Bold("ostradb demo") + ": a sandbox server runs inside this process on 127.0.0.1:" +
-             port + ",\nover a copy of the sample data in " + data.string() + ".\n" +
+    walk.Say(walk.Bold("ostradb demo") +
+             ": a sandbox server runs inside this process on 127.0.0.1:" + port +
+             ",\nover a copy of the sample data in " + data.string() + ".\n" +
              "Each step shows the command line that does the same against a server of your own.");
 
     const std::string well = (data / "databases/west-siberia/Северное/N105-2/ГИС 2021").string();
     const std::string file = well + "/N105-2_gis_2021.ws";
     const std::string copy = well + "/N105-2_gis_2021_copy.ws";
 
-    walk.Step("The server's version (the client logs in first: admin, password from "
-              "$OSTRADB_PASSWORD)",
-              {"version"}, [&] { RunVersion(ctx); });
+    walk.Step(
+        "The server's version (the client logs in first: admin, password from "
+        "$OSTRADB_PASSWORD)",
+        {"version"}, [&] { RunVersion(ctx); });
     walk.Step("The databases and the levels they are organised by", {"databases", "--structures"},
               [&] { RunDatabases(ctx, true); });
     walk.Step("The structure of one database", {"structure", kDatabase},
@@ -154,11 +158,12 @@ void RunDemo(Context& ctx) {
               [&] { RunLevels(ctx, kDatabase, {}); });
     walk.Step("One level down: the wells of a field", {"levels", kDatabase, "Северное"},
               [&] { RunLevels(ctx, kDatabase, {"Северное"}); });
-    walk.Step("The files of well 12 under a filter: logging surveys only (sorted by well and "
-              "survey)",
-              {"files", kDatabase, "Северное", "12", "--filter", "%survey -> ГИС*"}, [&] {
-                  RunFiles(ctx, FilesArgs{kDatabase, {"Северное", "12"}, {"%survey -> ГИС*"}, ""});
-              });
+    walk.Step(
+        "The files of well 12 under a filter: logging surveys only (sorted by well and "
+        "survey)",
+        {"files", kDatabase, "Северное", "12", "--filter", "%survey -> ГИС*"}, [&] {
+            RunFiles(ctx, FilesArgs{kDatabase, {"Северное", "12"}, {"%survey -> ГИС*"}, ""});
+        });
     walk.Step("The curves of one file", {"curves", file}, [&] { RunCurves(ctx, {file}, {}); });
     walk.Step("A search: the files a logging crew recorded, in every database",
               {"search", "all", "Оператор=Партия 13"},
@@ -171,9 +176,10 @@ void RunDemo(Context& ctx) {
     pace.command = "get_file_contents";
     pace.times = 1;
     server.SetFaults(pace);
-    walk.Step("A download, with its progress bar (written to a temporary name, renamed when "
-              "complete)",
-              {"get", file, "-o", downloads.string()}, [&] { RunGet(ctx, file, downloads.string()); });
+    walk.Step(
+        "A download, with its progress bar (written to a temporary name, renamed when "
+        "complete)",
+        {"get", file, "-o", downloads.string()}, [&] { RunGet(ctx, file, downloads.string()); });
     server.ClearFaults();
 
     const fs::path local = downloads / fs::path(file).filename();
@@ -194,7 +200,9 @@ void RunDemo(Context& ctx) {
     walk.Say("\n" + walk.Bold("Your turn.") +
              " Start a sandbox of your own (a copy of the sample data is made in the\n"
              "data directory when it is empty), and point the client at it:\n\n"
-             "  " + SandboxProgram() + " --data /tmp/sandbox-data --port 22344 &\n"
+             "  " +
+             SandboxProgram() +
+             " --data /tmp/sandbox-data --port 22344 &\n"
              "  export OSTRADB_HOST=127.0.0.1 OSTRADB_PORT=22344 OSTRADB_USER=admin "
              "OSTRADB_PASSWORD=admin\n"
              "  ostradb databases\n"

@@ -44,7 +44,8 @@ int ReportCurrentException(const std::string& doing) {
             return kExitInterrupted;
         }
         std::string text = e.what();
-        if (text.empty()) text = DbErrCodeToString(static_cast<EOstraClientSocketExceptionCodes>(e.Code));
+        if (text.empty())
+            text = DbErrCodeToString(static_cast<EOstraClientSocketExceptionCodes>(e.Code));
         if (text.empty()) text = "error";
         Line(doing, text + " (server code " + std::to_string(e.Code) + ")");
         return kExitFailure;

@@ -17,7 +17,8 @@ constexpr auto kRedrawEvery = std::chrono::milliseconds(100);
 
 std::string FormatDuration(double seconds) {
     const auto total = static_cast<long long>(seconds + 0.5);
-    if (total >= 3600) return fmt::format("{}:{:02}:{:02}", total / 3600, total / 60 % 60, total % 60);
+    if (total >= 3600)
+        return fmt::format("{}:{:02}:{:02}", total / 3600, total / 60 % 60, total % 60);
     return fmt::format("{}:{:02}", total / 60, total % 60);
 }
 
@@ -82,8 +83,8 @@ std::string ProgressBar::Line(int width, bool final) const {
             std::clamp(static_cast<double>(done_) / static_cast<double>(total_), 0.0, 1.0);
         percent = fmt::format("{:3.0f}%", fraction * 100);
         // What is left of the width after the label, the numbers and the separators.
-        const int room = width - static_cast<int>(DisplayWidth(label_) + numbers.size() +
-                                                  percent.size()) - 8;
+        const int room =
+            width - static_cast<int>(DisplayWidth(label_) + numbers.size() + percent.size()) - 8;
         const int cells = std::clamp(room, 0, 40);
         if (cells >= 10) {
             const int full = static_cast<int>(fraction * cells + 0.5);

@@ -6,9 +6,9 @@
 
 #include "commands.hpp"
 #include "errors.hpp"
-#include "output.hpp"
 #include "ostradb/protocol/search_commands.hpp"
 #include "ostradb/protocol/well_commands.hpp"
+#include "output.hpp"
 
 namespace ostradb::cli {
 
@@ -28,7 +28,8 @@ void PrintNames(Context& ctx, const char* key, const char* header, const TString
 }
 
 std::string Describe(const std::vector<std::string>& files) {
-    return files.size() == 1 ? "\"" + files.front() + "\"" : std::to_string(files.size()) + " files";
+    return files.size() == 1 ? "\"" + files.front() + "\""
+                             : std::to_string(files.size()) + " files";
 }
 
 void RunTables(Context& ctx, const std::vector<std::string>& files) {
@@ -72,8 +73,8 @@ void RunCurves(Context& ctx, const std::vector<std::string>& files,
         PrintJson(Json{{"curves", std::move(items)}});
         return;
     }
-    std::vector<std::string> headers = {"curve", "table", "units", "top",
-                                        "bottom", "step", "count", "versions"};
+    std::vector<std::string> headers = {"curve",  "table", "units", "top",
+                                        "bottom", "step",  "count", "versions"};
     if (perFile) headers.emplace_back("file");
     Table table(std::move(headers));
     for (std::size_t column : {3, 4, 5, 6, 7})
@@ -93,11 +94,11 @@ void RunCurves(Context& ctx, const std::vector<std::string>& files,
     table.Print("(no curves)");
 }
 
-void RunSearch(Context& ctx, const std::string& database, const std::vector<std::string>& conditions,
-               const std::string& tables) {
+void RunSearch(Context& ctx, const std::string& database,
+               const std::vector<std::string>& conditions, const std::string& tables) {
     // The query text: the databases, the tables, then one condition a line.
-    std::string text = TStringList{database == "all" ? "*" : database}.CommaText() + "\r\n" +
-                       tables + "\r\n";
+    std::string text =
+        TStringList{database == "all" ? "*" : database}.CommaText() + "\r\n" + tables + "\r\n";
     for (const std::string& condition : conditions) {
         if (condition.find('=') == std::string::npos || condition.back() == '=')
             throw UsageError("search: \"" + condition + "\" is not NAME=VALUE");
@@ -123,9 +124,10 @@ void AddWellCommands(CLI::App& app, Context& ctx) {
     CLI::App* search = app.add_subcommand("search", "Find files by their levels and parameters");
     search->add_option("DB", searchArgs->database, "database name or id; all: every database")
         ->required();
-    search->add_option("CONDITION", searchArgs->conditions,
-                       "NAME=VALUE: a level (by type or name) or a file parameter; the value "
-                       "may hold * and ? and several values separated by commas")
+    search
+        ->add_option("CONDITION", searchArgs->conditions,
+                     "NAME=VALUE: a level (by type or name) or a file parameter; the value "
+                     "may hold * and ? and several values separated by commas")
         ->required();
     search->add_option("-t,--tables", searchArgs->tables,
                        "only files holding one of these tables (comma-separated)");
@@ -150,12 +152,14 @@ void AddWellCommands(CLI::App& app, Context& ctx) {
     auto curvesArgs = std::make_shared<CurvesArgs>();
     CLI::App* curves = app.add_subcommand("curves", "List the curves of files");
     curves->add_option("FILE", curvesArgs->files, "the server's file names")->required();
-    curves->add_option("-t,--table", curvesArgs->tables, "only the curves of this table; repeatable");
+    curves->add_option("-t,--table", curvesArgs->tables,
+                       "only the curves of this table; repeatable");
     curves->footer(
         "Examples:\n"
         "  ostradb curves \"$FILE\"\n"
         "  ostradb curves \"$A\" \"$B\" --table 'ГИС' --json");
-    ctx.SetAction(curves, [&ctx, curvesArgs] { RunCurves(ctx, curvesArgs->files, curvesArgs->tables); });
+    ctx.SetAction(curves,
+                  [&ctx, curvesArgs] { RunCurves(ctx, curvesArgs->files, curvesArgs->tables); });
 
     auto plansheetsFiles = std::make_shared<std::vector<std::string>>();
     CLI::App* plansheets = app.add_subcommand("plansheets", "List the plansheets of files");

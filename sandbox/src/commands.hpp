@@ -11,7 +11,7 @@ namespace ostradb::sandbox {
 
 using CommandHandler = void (*)(CommandContext&);
 
-struct CommandSpec {
+struct CommandEntry {
     std::string_view name;
     CommandHandler handler;
     bool needsLogin;
@@ -21,7 +21,7 @@ struct CommandSpec {
 };
 
 // The command of that name, or null.
-const CommandSpec* FindCommand(std::string_view name);
+const CommandEntry* FindCommand(std::string_view name);
 
 // Session: commands_session.cpp
 void GenerateAuthValue(CommandContext& ctx);

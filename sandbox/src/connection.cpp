@@ -211,19 +211,19 @@ private:
             server_.Event(session_.peer + " session of " + session_.user + " expired");
             session_.LogOut();
         }
-        const CommandSpec* spec = FindCommand(cmd);
-        if (!spec) {
+        const CommandEntry* entry = FindCommand(cmd);
+        if (!entry) {
             if (!session_.LoggedIn()) throw CommandError(ecNotLoggedIn);
             throw Refusal(ecCommandNotFound, cmd);
         }
-        if (spec->needsLogin && !session_.LoggedIn()) throw CommandError(ecNotLoggedIn);
-        if ((session_.rights & spec->rights) != spec->rights) throw CommandError(ecAccessDenied);
+        if (entry->needsLogin && !session_.LoggedIn()) throw CommandError(ecNotLoggedIn);
+        if ((session_.rights & entry->rights) != entry->rights) throw CommandError(ecAccessDenied);
 
         pugi::xml_node root = NewPacket(answer);
         CommandContext ctx(
             command, root.append_child("answer"), session_, server_.store, server_.options, payload,
             [this](const pugi::xml_document& info) { io_.WriteAll(PacketBytes(info)); });
-        spec->handler(ctx);
+        entry->handler(ctx);
         if (ctx.answerFile)
             root.append_attribute("bin_data_size") =
                 static_cast<unsigned long long>(ctx.answerFile->Size());
