@@ -1,4 +1,4 @@
-// Server options, users and rights, the server's log, and adding and deleting databases;
+// Server options, users and rights, and adding and deleting databases;
 // what is saved survives a restart of the server.
 
 #include "sandbox/sandbox_fixture.hpp"
@@ -86,25 +86,6 @@ TEST_F(AdminTest, SavedUsersLogInWithTheirRightsAndALockOutIsRefused) {
     EXPECT_EQ(client->GetUserRights().Mask(), 0x7Fu);
     EXPECT_EQ(Connect("analyst", "пароль №1")->GetUserRights().Mask(), 0x01u)
         << "saved before the restart";
-}
-
-TEST_F(AdminTest, TheLogHoldsLoginsAndRefusalsWithTheirAddresses) {
-    TOstraDbProtocol intruder;
-    intruder.SetHostPort("127.0.0.1", server->Port());
-    EXPECT_THROW(intruder.SendLoginCommand("admin", "guess"), TOstraClientSocketException);
-    const detail::Answer ans = Call(*client, "request_log");
-    int logins = 0, refusals = 0, last = 0;
-    for (pugi::xml_node item : ans.answer.child("log").children("item")) {
-        EXPECT_GT(item.attribute("id").as_int(), last) << "ids grow";
-        last = item.attribute("id").as_int();
-        EXPECT_TRUE(std::string(item.attribute("addr").value()).starts_with("127.0.0.1:"));
-        EXPECT_GT(item.attribute("time").as_double(), 40000.0);
-        const int type = item.attribute("type").as_int();
-        logins += type == 0 && std::string(item.attribute("user").value()) == "admin";
-        refusals += type == 1 && std::string(item.attribute("user").value()) == "admin";
-    }
-    EXPECT_EQ(logins, 1);
-    EXPECT_EQ(refusals, 1);
 }
 
 TEST_F(AdminTest, ADatabaseIsAddedWithProgressUsedAndDeleted) {

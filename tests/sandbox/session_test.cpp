@@ -1,4 +1,4 @@
-// Login, the demand to log in again, and rights.
+// Login and its log entries, the demand to log in again, and rights.
 
 #include <thread>
 #include <tuple>
@@ -11,19 +11,25 @@ namespace {
 
 class SessionTest : public SandboxTest {
 protected:
-    // Successful logins of user in the server's log.
-    int Logins(TOstraDbProtocol& client, const std::string& user) {
+    // Entries of user in the server's log: successful logins (type 0) or refusals (type 1).
+    // Every entry must have a growing id, the client's address and a time.
+    int LogEntries(TOstraDbProtocol& client, const std::string& user, int type) {
         const detail::Answer log = Call(client, "request_log");
-        int count = 0;
-        for (pugi::xml_node item : log.answer.child("log").children("item"))
-            if (user == item.attribute("user").value() && item.attribute("type").as_int() == 0 &&
-                std::string(item.attribute("text").value()) == "Вход выполнен")
-                ++count;
+        int count = 0, lastId = 0;
+        for (pugi::xml_node item : log.answer.child("log").children("item")) {
+            EXPECT_GT(item.attribute("id").as_int(), lastId) << "ids grow";
+            lastId = item.attribute("id").as_int();
+            EXPECT_TRUE(std::string(item.attribute("addr").value()).starts_with("127.0.0.1:"));
+            EXPECT_GT(item.attribute("time").as_double(), 40000.0);
+            count += user == item.attribute("user").value() &&
+                     item.attribute("type").as_int() == type &&
+                     (type != 0 || std::string(item.attribute("text").value()) == "Вход выполнен");
+        }
         return count;
     }
 };
 
-TEST_F(SessionTest, WrongCredentialsAreRefusedWith28) {
+TEST_F(SessionTest, WrongCredentialsAreRefusedWith28AndLogged) {
     const std::pair<const char*, const char*> cases[] = {
         {"admin", "Admin"}, {"admin", ""}, {"Admin", "admin"}, {"nobody", "admin"}};
     for (const auto& [user, password] : cases) {
@@ -36,6 +42,9 @@ TEST_F(SessionTest, WrongCredentialsAreRefusedWith28) {
             EXPECT_EQ(e.Code, ecWrongPassword) << user << "/" << password;
         }
     }
+    auto admin = Connect();
+    EXPECT_EQ(LogEntries(*admin, "admin", 1), 2);
+    EXPECT_EQ(LogEntries(*admin, "admin", 0), 1);
 }
 
 TEST_F(SessionTest, ALoginValueServesOneAttemptOnly) {
@@ -60,7 +69,7 @@ TEST_F(SessionTest, ANewConnectionAsksForALoginAndTheClientLogsInByItself) {
     auto client = Connect();
     client->Disconnect();
     EXPECT_EQ(DbId(*client, kNorthSea), 2);
-    EXPECT_EQ(Logins(*client, "admin"), 2);
+    EXPECT_EQ(LogEntries(*client, "admin", 0), 2);
 }
 
 TEST_F(SessionTest, AnExpiredSessionAsksForALoginOnTheSameConnection) {
@@ -70,7 +79,7 @@ TEST_F(SessionTest, AnExpiredSessionAsksForALoginOnTheSameConnection) {
     std::this_thread::sleep_for(300ms);
     EXPECT_EQ(DbId(*client, kNorthSea), 2);
     EXPECT_EQ(server->AcceptedConnections(), connections);
-    EXPECT_EQ(Logins(*client, "admin"), 2);
+    EXPECT_EQ(LogEntries(*client, "admin", 0), 2);
 }
 
 TEST_F(SessionTest, RightsFollowTheGroupsAndAViewerIsRefusedEveryChange) {
