@@ -166,16 +166,10 @@ TEST(Serializer, RoundTripsThroughTextInBothForms) {
         Sample r;
         r.Extra = std::make_unique<Child>();
         LoadFromXMLString(r, "Sample", oneLine, text);
-        EXPECT_EQ(r.Count, -7);
-        EXPECT_EQ(r.Double, s.Double);
-        EXPECT_EQ(r.Name, s.Name);
+        EXPECT_EQ(r.Hidden, "");  // not read while it is empty in the target
+        r.Hidden = s.Hidden;
+        EXPECT_EQ(SaveToXMLString(r, "Sample", oneLine), text);  // everything else came back
         EXPECT_EQ(r.Lines, s.Lines);
-        ASSERT_EQ(r.Children.Count(), 2);
-        EXPECT_EQ(r.Children[0].Name, "c1");
-        EXPECT_EQ(r.Children[1].Size, 9);
-        EXPECT_EQ(r.Extra->Name, "extra");
-        EXPECT_EQ(r.Hidden, "");  // not stored while it is empty in the target
-        EXPECT_EQ(r.Var, s.Var);
     }
 }
 
