@@ -134,14 +134,8 @@ TEST_F(FileNames, FullAndLocalFileNames) {
         {{false, "127.0.0.5", 1}, "x.", false, "WSTP://DIRECT:D:\\db\\x"},
         {{false, "srv", 1}, "${Root_7}\\a.ws", false, "WSTP://DIRECT:\\\\srv\\data\\a.ws"},
         {{false, "srv", 1}, "${Root_8}\\a.ws", false, "WSTP://Db\\${Root_8}\\a.ws"},
-        {{false, "srv", 4000},
-         "x.ws",
-         true,
-         "WSTP://DIRECT:/HOST:srv//PORT:4000/\\\\srv\\db\\x.ws"},
-        {{false, "srv", 4000},
-         "${Root_8}\\a",
-         true,
-         "WSTP:///HOST:srv//PORT:4000/Db\\${Root_8}\\a"},
+        {{false, "srv", 40}, "x.ws", true, "WSTP://DIRECT:/HOST:srv//PORT:40/\\\\srv\\db\\x.ws"},
+        {{false, "srv", 40}, "${Root_8}\\a", true, "WSTP:///HOST:srv//PORT:40/Db\\${Root_8}\\a"},
     };
     for (const Case& c : cases) {
         Use(c.conn);

@@ -29,9 +29,7 @@ TEST(TableCols, ReadsOnlyFieldChildren) {
     xml::Parse(doc, R"(<v name="TOP" value="1500.5" type="float"/>)");
     TTableValue v;
     v.LoadFromXML(doc.document_element());
-    EXPECT_EQ(v.Name, "TOP");
-    EXPECT_EQ(v.Value, "1500.5");
-    EXPECT_EQ(v.Type, "float");
+    EXPECT_EQ(v.Name + "|" + v.Value + "|" + v.Type, "TOP|1500.5|float");
 }
 
 TTableColumnNames Sample() {
@@ -58,9 +56,9 @@ TEST(TableColumnNames, WritesItemsWithoutAnElementOfTheirOwn) {
     TTableColumnNames back;
     back.Add().Table = "stale";
     LoadFromXML(back, "ColumnNames", root);
-    ASSERT_EQ(back.GetCount(), 2);
-    EXPECT_EQ(back.GetItem(0).Table, "Стратиграфия");
-    EXPECT_EQ(back.GetItem(0).ColNames, names.GetItem(0).ColNames);
+    pugi::xml_document again;
+    SaveToXML(back, "ColumnNames", again.append_child("answer"));
+    EXPECT_EQ(xml::ToText(again, false, ""), xml::ToText(doc, false, ""));
 }
 
 TEST(TableColumnNames, LookUpsIgnoreCaseAndDeleteNeedsTheTable) {
@@ -81,8 +79,6 @@ TEST(TableColumnNames, LookUpsIgnoreCaseAndDeleteNeedsTheTable) {
     ASSERT_EQ(names.GetCount(), 1);
     EXPECT_EQ(names.GetItem(0).Table, "main");
     EXPECT_THROW(names.DeleteByName("стратиграфия"), EListError);
-    names.Clear();
-    EXPECT_TRUE(names.IsEmpty());
 }
 
 }  // namespace

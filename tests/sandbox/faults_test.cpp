@@ -21,8 +21,7 @@ protected:
     }
     std::string Listing() {
         return xml::ToText(*Call(*client, "get_log_level_files", [](pugi::xml_node c) {
-                                c.append_attribute("db_id") = 1;
-                                c.append_attribute("include_curves") = "true";
+                                Attrs({{"db_id", "1"}, {"include_curves", "true"}})(c);
                                 c.append_child("path");
                             }).doc);
     }
@@ -39,10 +38,7 @@ TEST_F(FaultsTest, ADropInThePayloadRaisesAndTheStreamHoldsWhatArrived) {
     server->SetFaults(faults);
     std::ostringstream out;
     try {
-        Call(
-            *client, "get_file_contents",
-            [&](pugi::xml_node c) { c.append_attribute("file_name") = file.c_str(); }, nullptr,
-            &out);
+        Call(*client, "get_file_contents", Attrs({{"file_name", file}}), nullptr, &out);
         ADD_FAILURE() << "the cut answer was taken for whole";
     } catch (const ESocketError& e) {
         EXPECT_NE(std::string(e.what()).find("4321 of " + std::to_string(bytes.size())),

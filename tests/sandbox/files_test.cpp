@@ -20,23 +20,19 @@ protected:
                 found.push_back(entry.path());
         return found;
     }
-    detail::Answer Delete(const std::vector<std::string>& names) {
-        return Call(*client, "delete_files", [&](pugi::xml_node c) {
-            pugi::xml_node list = c.append_child("FileNames");
-            for (const std::string& n : names)
-                list.append_child("Item").text() = n.c_str();
-        });
+    // The result code of each file.
+    std::vector<int> Delete(const std::vector<std::string>& names) {
+        const detail::Answer ans = Call(*client, "delete_files", ItemList("FileNames", names));
+        std::vector<int> results;
+        for (pugi::xml_node item : ans.answer.child("Log").children("Item"))
+            results.push_back(item.attribute("Result").as_int());
+        return results;
     }
     int Move(const std::string& from, const std::string& to) {
-        return ErrorCode(*client, "move_file", [&](pugi::xml_node c) {
-            c.append_attribute("ScrFileName") = from.c_str();
-            c.append_attribute("DstFileName") = to.c_str();
-        });
+        return ErrorCode(*client, "move_file", Attrs({{"ScrFileName", from}, {"DstFileName", to}}));
     }
     bool Exists(const std::string& name) {
-        const detail::Answer ans = Call(*client, "file_exists", [&](pugi::xml_node c) {
-            c.append_attribute("file_name") = name.c_str();
-        });
+        const detail::Answer ans = Call(*client, "file_exists", Attrs({{"file_name", name}}));
         return xml::AttrBool(ans.answer, "result");
     }
 
@@ -64,9 +60,8 @@ TEST_F(FilesTest, WrittenBytesComeBackExactlyAndLandOnDiskAtomically) {
     EXPECT_EQ(ReadFile(path + existing + ".xml"), side);
     EXPECT_TRUE(Leftovers().empty());
 
-    const detail::Answer info = Call(*client, "get_file_contents", [&](pugi::xml_node c) {
-        c.append_attribute("file_name") = (path + existing).c_str();
-    });
+    const detail::Answer info =
+        Call(*client, "get_file_contents", Attrs({{"file_name", path + existing}}));
     EXPECT_EQ(std::string(info.answer.attribute("RealFileName").value()), path + existing);
     const double written = xml::AttrFloat(info.answer.child("FileTimes"), "WriteTime");
     EXPECT_GT(written, 40000.0) << "a day count of this century";
@@ -116,29 +111,22 @@ TEST_F(FilesTest, NamesLeavingTheDatabasesAreRefusedWith33AndTouchNothing) {
         "",
     };
     for (const std::string& name : names) {
-        auto file = [&](pugi::xml_node c) { c.append_attribute("file_name") = name.c_str(); };
+        const Fill file = Attrs({{"file_name", name}});
         std::istringstream bytes("overwritten");
         EXPECT_EQ(ErrorCode(*client, "get_file_contents", file), ecWrongFileName) << name;
         EXPECT_EQ(ErrorCode(*client, "put_file_contents", file, &bytes), ecWrongFileName) << name;
         EXPECT_EQ(ErrorCode(*client, "file_exists", file), ecWrongFileName) << name;
         EXPECT_EQ(Move(path + existing, name), ecWrongFileName) << name;
         EXPECT_EQ(Move(name, path + survey + "moved.ws"), ecWrongFileName) << name;
-        const detail::Answer log = Delete({name});
-        EXPECT_EQ(log.answer.child("Log").child("Item").attribute("Result").as_int(),
-                  ecWrongFileName)
-            << name;
+        EXPECT_EQ(Delete({name}), std::vector<int>{ecWrongFileName}) << name;
     }
     EXPECT_EQ(Snapshot(dataDir), before);
 }
 
 TEST_F(FilesTest, DeleteReportsEachFileAndRemovesItsSideFile) {
     const std::string second = path + survey + "12_gis_2019_rep.ws";
-    const detail::Answer ans =
-        Delete({path + existing, path + survey + "missing.ws", "../x.ws", second});
-    std::vector<int> results;
-    for (pugi::xml_node item : ans.answer.child("Log").children("Item"))
-        results.push_back(item.attribute("Result").as_int());
-    EXPECT_EQ(results, (std::vector<int>{0, ecFileNotFound, ecWrongFileName, 0}));
+    EXPECT_EQ(Delete({path + existing, path + survey + "missing.ws", "../x.ws", second}),
+              (std::vector<int>{0, ecFileNotFound, ecWrongFileName, 0}));
     for (const std::string& gone : {path + existing, path + existing + ".xml", second})
         EXPECT_FALSE(fs::exists(gone)) << gone;
     // The emptied survey folder is gone, so the survey is no longer a level.
@@ -164,15 +152,12 @@ TEST_F(FilesTest, RightsAndFileInfoFollowTheUser) {
     for (const auto& [who, expectedRights] :
          std::vector<std::pair<TOstraDbProtocol*, std::uint32_t>>{{client.get(), 0x7F},
                                                                   {viewer.get(), 0x01}}) {
-        const detail::Answer rights = Call(*who, "get_file_rights", [&](pugi::xml_node c) {
-            c.append_attribute("file_name") = (path + existing).c_str();
-        });
+        const detail::Answer rights =
+            Call(*who, "get_file_rights", Attrs({{"file_name", path + existing}}));
         EXPECT_EQ(rights.answer.attribute("rights").as_uint(), expectedRights);
-        const detail::Answer info = Call(*who, "get_simple_files_info", [&](pugi::xml_node c) {
-            pugi::xml_node list = c.append_child("FileNames");
-            list.append_child("Item").text() = (path + existing).c_str();
-            list.append_child("Item").text() = (path + "missing.ws").c_str();
-        });
+        const detail::Answer info =
+            Call(*who, "get_simple_files_info",
+                 ItemList("FileNames", {path + existing, path + "missing.ws"}));
         std::vector<pugi::xml_node> items(info.answer.child("Result").children("Item").begin(),
                                           info.answer.child("Result").children("Item").end());
         ASSERT_EQ(items.size(), 1u) << "only files that exist";

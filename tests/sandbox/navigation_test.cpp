@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <set>
+#include <tuple>
 
 #include "sandbox/sandbox_fixture.hpp"
 
@@ -32,6 +33,38 @@ std::vector<DiskFile> DiskFiles(const std::vector<fs::path>& bases) {
     return files;
 }
 
+using Pred = std::function<bool(const DiskFile&)>;
+// Files whose level number `level` is one of values.
+Pred In(std::size_t level, std::set<std::string> values) {
+    return [=](const DiskFile& f) { return values.count(f.levels[level]) > 0; };
+}
+// The full names of the files that pred accepts.
+std::set<std::string> OnDisk(const std::vector<DiskFile>& files, const Pred& pred) {
+    std::set<std::string> out;
+    for (const DiskFile& f : files)
+        if (pred(f)) out.insert(f.path);
+    return out;
+}
+
+// A "Filter" element with one item.
+Fill FilterOf(const char* param, Names values, const char* oper = "=", bool negate = false) {
+    return [=](pugi::xml_node c) {
+        pugi::xml_node item = c.append_child("Filter").append_child("Item");
+        item.append_attribute("Param") = param;
+        item.append_attribute("Oper") = oper;
+        if (negate) item.append_attribute("Not") = "true";
+        ItemList("Items", values)(item);
+    };
+}
+
+// The database and the level path (ids of the level values from the top) of a request.
+void AddPath(pugi::xml_node c, int db, const std::vector<int>& path) {
+    c.append_attribute("db_id") = db;
+    pugi::xml_node p = c.append_child("path");
+    for (int id : path)
+        p.append_child("item").append_attribute("id") = id;
+}
+
 class NavigationTest : public SandboxTest {
 protected:
     NavigationTest() : client(Connect()) {
@@ -41,14 +74,10 @@ protected:
     }
 
     // The level values below path: (id, name) in the server's order.
-    std::vector<std::pair<int, std::string>> Levels(
-        int db, const std::vector<int>& path,
-        const std::function<void(pugi::xml_node)>& more = {}) {
+    std::vector<std::pair<int, std::string>> Levels(int db, const std::vector<int>& path,
+                                                    const Fill& more = {}) {
         const detail::Answer ans = Call(*client, "get_log_level_values", [&](pugi::xml_node c) {
-            c.append_attribute("db_id") = db;
-            pugi::xml_node p = c.append_child("path");
-            for (int id : path)
-                p.append_child("item").append_attribute("id") = id;
+            AddPath(c, db, path);
             if (more) more(c);
         });
         std::vector<std::pair<int, std::string>> levels;
@@ -68,40 +97,18 @@ protected:
             names.push_back(level.second);
         return names;
     }
-    detail::Answer Files(int db, const std::vector<int>& path,
-                         const std::function<void(pugi::xml_node)>& more = {}) {
+    detail::Answer Files(int db, const std::vector<int>& path, const Fill& more = {}) {
         return Call(*client, "get_log_level_files", [&](pugi::xml_node c) {
-            c.append_attribute("db_id") = db;
+            AddPath(c, db, path);
             for (const char* flag :
                  {"include_tables", "include_curves", "include_path", "include_plansh"})
                 c.append_attribute(flag) = "true";
-            pugi::xml_node p = c.append_child("path");
-            for (int id : path)
-                p.append_child("item").append_attribute("id") = id;
             if (more) more(c);
         });
-    }
-    // A "Filter" element with one item.
-    static std::function<void(pugi::xml_node)> FilterOf(const char* param, Names values,
-                                                        const char* oper = "=",
-                                                        bool negate = false) {
-        return [=](pugi::xml_node c) {
-            pugi::xml_node item = c.append_child("Filter").append_child("Item");
-            item.append_attribute("Param") = param;
-            item.append_attribute("Oper") = oper;
-            if (negate) item.append_attribute("Not") = "true";
-            pugi::xml_node list = item.append_child("Items");
-            for (const std::string& v : values)
-                list.append_child("Item").text() = v.c_str();
-        };
     }
     static std::size_t CountFiles(const detail::Answer& ans) {
         const auto files = ans.answer.children("file");
         return static_cast<std::size_t>(std::distance(files.begin(), files.end()));
-    }
-    template <typename Pred>
-    static std::size_t CountOnDisk(const std::vector<DiskFile>& files, Pred pred) {
-        return static_cast<std::size_t>(std::count_if(files.begin(), files.end(), pred));
     }
 
     std::unique_ptr<TOstraDbProtocol> client;
@@ -114,17 +121,15 @@ TEST_F(NavigationTest, TheCatalogNamesRealDirectoriesAndTheStructureItsLevels) {
     std::set<std::string> names;
     for (pugi::xml_node item : list.answer.child("databases").children("item")) {
         names.insert(item.attribute("name").value());
-        const std::string path = item.attribute("path").value();
-        EXPECT_TRUE(path.ends_with("/") && fs::is_directory(path)) << path;
-        for (pugi::xml_node root : item.child("roots").children("root")) {
-            const std::string internal = root.attribute("internal_dir").value();
-            EXPECT_TRUE(internal.ends_with("/") && fs::is_directory(internal)) << internal;
-        }
+        std::vector<std::string> dirs{item.attribute("path").value()};
+        for (pugi::xml_node root : item.child("roots").children("root"))
+            dirs.push_back(root.attribute("internal_dir").value());
+        for (const std::string& d : dirs)
+            EXPECT_TRUE(d.ends_with("/") && fs::is_directory(d)) << d;
     }
     EXPECT_EQ(names, (std::set<std::string>{kWestSiberia, kNorthSea}));
 
-    const detail::Answer structure =
-        Call(*client, "get_db_struct", [](pugi::xml_node c) { c.append_attribute("db_id") = 1; });
+    const detail::Answer structure = Call(*client, "get_db_struct", Attrs({{"db_id", "1"}}));
     const pugi::xml_node data = structure.answer.child("DbStructData");
     EXPECT_EQ(data.attribute("dir_count").as_int(), 3);
     Names types;
@@ -133,9 +138,7 @@ TEST_F(NavigationTest, TheCatalogNamesRealDirectoriesAndTheStructureItsLevels) {
         EXPECT_EQ(std::distance(item.attributes_begin(), item.attributes_end()), 12);
     }
     EXPECT_EQ(types, (Names{"%field", "%well", "%survey"}));
-    EXPECT_EQ(ErrorCode(*client, "get_db_struct",
-                        [](pugi::xml_node c) { c.append_attribute("db_id") = 77; }),
-              ecDatabaseNotFound);
+    EXPECT_EQ(ErrorCode(*client, "get_db_struct", Attrs({{"db_id", "77"}})), ecDatabaseNotFound);
 }
 
 TEST_F(NavigationTest, WalksFromFieldsToWellsToSurveysToFilesAndReadsThem) {
@@ -158,10 +161,10 @@ TEST_F(NavigationTest, WalksFromFieldsToWellsToSurveysToFilesAndReadsThem) {
     // Every file of the survey, by its short name, has the bytes on disk.
     for (const auto& [id, survey] : surveys) {
         const detail::Answer files = Files(1, {north12, well, id});
-        std::size_t onDisk = CountOnDisk(west, [&](const DiskFile& f) {
-            return f.levels == Names{"Северное", "12", survey};
-        });
-        EXPECT_EQ(CountFiles(files), onDisk) << survey;
+        const Names levels{"Северное", "12", survey};
+        EXPECT_EQ(CountFiles(files),
+                  OnDisk(west, [&](const DiskFile& f) { return f.levels == levels; }).size())
+            << survey;
         for (pugi::xml_node file : files.answer.children("file")) {
             const std::string name = file.attribute("name").value();
             const std::string full =
@@ -172,7 +175,7 @@ TEST_F(NavigationTest, WalksFromFieldsToWellsToSurveysToFilesAndReadsThem) {
             Names path;
             for (pugi::xml_node item : file.child("path").children("item"))
                 path.push_back(item.attribute("value").value());
-            EXPECT_EQ(path, (Names{"Северное", "12", survey}));
+            EXPECT_EQ(path, levels);
             EXPECT_TRUE(file.child("table").child("data").child("curve")) << name;
             EXPECT_TRUE(file.child("planshet")) << name;
         }
@@ -186,25 +189,14 @@ TEST_F(NavigationTest, LevelPathsOfUnknownOrForeignNodesAreRefusedWith39) {
     for (const std::vector<int>& path :
          {std::vector<int>{99999}, {foreignField}, {well}, {field, field}})
         EXPECT_EQ(ErrorCode(*client, "get_log_level_values",
-                            [&](pugi::xml_node c) {
-                                c.append_attribute("db_id") = 1;
-                                pugi::xml_node p = c.append_child("path");
-                                for (int id : path)
-                                    p.append_child("item").append_attribute("id") = id;
-                            }),
+                            [&](pugi::xml_node c) { AddPath(c, 1, path); }),
                   ecLevelNotFound);
 }
 
 TEST_F(NavigationTest, FiltersAndFileNameMasksNarrowTheFiles) {
-    struct Case {
-        std::string what;
-        std::function<void(pugi::xml_node)> request;
-        std::function<bool(const DiskFile&)> expected;
-    };
-    const std::vector<Case> cases = {
+    const std::vector<std::tuple<std::string, Fill, Pred>> cases = {
         {"all", {}, [](const DiskFile&) { return true; }},
-        {"well = 12", FilterOf("%well", {"12"}),
-         [](const DiskFile& f) { return f.levels[1] == "12"; }},
+        {"well = 12", FilterOf("%well", {"12"}), In(1, {"12"})},
         {"well = 12*", FilterOf("%well", {"12*"}),
          [](const DiskFile& f) { return f.levels[1].starts_with("12"); }},
         {"well != 12", FilterOf("%well", {"12"}, "!="),
@@ -212,15 +204,14 @@ TEST_F(NavigationTest, FiltersAndFileNameMasksNarrowTheFiles) {
         {"not field", FilterOf("%field", {"СЕВЕРНОЕ"}, "=", true),
          [](const DiskFile& f) { return f.levels[0] != "Северное"; }},
         {"survey in two", FilterOf("%survey", {"ГИС 2019", "ГИС 2022"}),
-         [](const DiskFile& f) { return f.levels[2] == "ГИС 2019" || f.levels[2] == "ГИС 2022"; }},
-        {"fn_filter", [](pugi::xml_node c) { c.append_attribute("fn_filter") = "*_rep.ws"; },
+         In(2, {"ГИС 2019", "ГИС 2022"})},
+        {"fn_filter", Attrs({{"fn_filter", "*_rep.ws"}}),
          [](const DiskFile& f) { return f.path.ends_with("_rep.ws"); }},
-        {"fn_filter without wildcards",
-         [](pugi::xml_node c) { c.append_attribute("fn_filter") = "CTL"; },
+        {"fn_filter without wildcards", Attrs({{"fn_filter", "CTL"}}),
          [](const DiskFile& f) { return f.path.find("_ctl_") != std::string::npos; }},
     };
-    for (const Case& c : cases)
-        EXPECT_EQ(CountFiles(Files(1, {}, c.request)), CountOnDisk(west, c.expected)) << c.what;
+    for (const auto& [what, request, expected] : cases)
+        EXPECT_EQ(CountFiles(Files(1, {}, request)), OnDisk(west, expected).size()) << what;
 }
 
 TEST_F(NavigationTest, TheSessionFilterAppliesWhereTheRequestAsksForIt) {
@@ -228,37 +219,29 @@ TEST_F(NavigationTest, TheSessionFilterAppliesWhereTheRequestAsksForIt) {
         c.append_attribute("db_id") = 1;
         FilterOf("%field", {"Северное"})(c);
     });
-    auto useFilters = [](bool use) {
-        return
-            [use](pugi::xml_node c) { c.append_attribute("use_filters") = use ? "true" : "false"; };
-    };
-    EXPECT_EQ(NamesOf(Levels(1, {}, useFilters(true))), (Names{"Северное"}));
-    EXPECT_EQ(NamesOf(Levels(1, {}, useFilters(false))), (Names{"Озёрное", "Северное"}));
-    EXPECT_EQ(CountFiles(Files(1, {}, useFilters(true))),
-              CountOnDisk(west, [](const DiskFile& f) { return f.levels[0] == "Северное"; }));
-    EXPECT_EQ(NamesOf(Levels(2, {}, useFilters(true))), (Names{"Eastfield"}))
-        << "filters are per database";
+    const Fill use = Attrs({{"use_filters", "true"}});
+    EXPECT_EQ(NamesOf(Levels(1, {}, use)), (Names{"Северное"}));
+    EXPECT_EQ(NamesOf(Levels(1, {}, Attrs({{"use_filters", "false"}}))),
+              (Names{"Озёрное", "Северное"}));
+    EXPECT_EQ(CountFiles(Files(1, {}, use)), OnDisk(west, In(0, {"Северное"})).size());
+    EXPECT_EQ(NamesOf(Levels(2, {}, use)), (Names{"Eastfield"})) << "filters are per database";
 
-    auto stats = [&](bool use, const std::function<void(pugi::xml_node)>& filter) {
+    // (use_filter, request filter, files the filtered count is expected to hold)
+    const std::vector<std::tuple<const char*, Fill, Pred>> stats = {
+        {"False", {}, [](const DiskFile&) { return true; }},
+        {"True", {}, In(0, {"Северное"})},
+        {"True", FilterOf("%well", {"7", "7б"}), In(1, {"7", "7б"})},
+    };
+    for (const auto& [useFilter, filter, expected] : stats) {
         const detail::Answer ans = Call(*client, "get_filter_stats", [&](pugi::xml_node c) {
             c.append_attribute("db_id") = 1;
-            c.append_attribute("use_filter") = use ? "True" : "False";
+            c.append_attribute("use_filter") = useFilter;
             if (filter) filter(c);
         });
-        return std::pair(ans.answer.attribute("total_files").as_ullong(),
-                         ans.answer.attribute("filtered_files").as_ullong());
-    };
-    const auto total = static_cast<unsigned long long>(west.size());
-    EXPECT_EQ(stats(false, {}), std::pair(total, total));
-    EXPECT_EQ(
-        stats(true, {}),
-        std::pair(total, static_cast<unsigned long long>(CountOnDisk(
-                             west, [](const DiskFile& f) { return f.levels[0] == "Северное"; }))));
-    EXPECT_EQ(
-        stats(true, FilterOf("%well", {"7", "7б"})),
-        std::pair(total, static_cast<unsigned long long>(CountOnDisk(west, [](const DiskFile& f) {
-                      return f.levels[1] == "7" || f.levels[1] == "7б";
-                  }))));
+        EXPECT_EQ(ans.answer.attribute("total_files").as_ullong(), west.size());
+        EXPECT_EQ(ans.answer.attribute("filtered_files").as_ullong(), OnDisk(west, expected).size())
+            << useFilter;
+    }
 }
 
 TEST_F(NavigationTest, ALogicalStructureReordersTheLevels) {
@@ -281,10 +264,8 @@ TEST_F(NavigationTest, SearchFindsFilesByLevelValuesAndParameters) {
         const detail::Answer ans = Call(*client, "search", [&](pugi::xml_node c) {
             pugi::xml_node items = c.append_child("items");
             auto add = [&](const std::string& type, const std::string& values) {
-                pugi::xml_node f = items.append_child("filter");
-                f.append_attribute("type") = type.c_str();
-                f.append_attribute("oper") = "=";
-                f.append_attribute("values") = values.c_str();
+                Attrs({{"type", type}, {"oper", "="}, {"values", values}})(
+                    items.append_child("filter"));
             };
             add("databases", databases);
             add("tables", tables);
@@ -296,21 +277,12 @@ TEST_F(NavigationTest, SearchFindsFilesByLevelValuesAndParameters) {
             files.insert(f.attribute("filename").value());
         return files;
     };
-    auto onDisk = [](const std::vector<DiskFile>& files,
-                     const std::function<bool(const DiskFile&)>& pred) {
-        std::set<std::string> out;
-        for (const DiskFile& f : files)
-            if (pred(f)) out.insert(f.path);
-        return out;
-    };
-    EXPECT_EQ(search("", "", {"well=12"}),
-              onDisk(west, [](const DiskFile& f) { return f.levels[1] == "12"; }));
+    EXPECT_EQ(search("", "", {"well=12"}), OnDisk(west, In(1, {"12"})));
     EXPECT_EQ(search(kWestSiberia, "", {"Скважина=N105*"}),
-              onDisk(west, [](const DiskFile& f) { return f.levels[1].starts_with("N105"); }));
+              OnDisk(west, [](const DiskFile& f) { return f.levels[1].starts_with("N105"); }));
     EXPECT_EQ(search(kNorthSea, "", {"%survey=Cased*", "well=N1,N2"}),
-              onDisk(north, [](const DiskFile& f) {
-                  return f.levels[2].starts_with("Cased") &&
-                         (f.levels[1] == "N1" || f.levels[1] == "N2");
+              OnDisk(north, [](const DiskFile& f) {
+                  return f.levels[2].starts_with("Cased") && In(1, {"N1", "N2"})(f);
               }));
     EXPECT_TRUE(search(kNorthSea, "", {"well=12"}).empty()) << "the other database's wells";
     const auto withStrat = search("*", "Стратиграфия", {});
@@ -325,9 +297,7 @@ TEST_F(NavigationTest, TableCurveAndPlansheetListsMatchTheFilesData) {
     std::uint32_t sampled = 0, samples = 0;
     std::memcpy(&sampled, ws.data() + 8, 4);
     std::memcpy(&samples, ws.data() + 12, 4);
-    auto files = [&](pugi::xml_node c) {
-        c.append_child("FileNames").append_child("Item").text() = file.path.c_str();
-    };
+    const Fill files = ItemList("FileNames", {file.path});
 
     const detail::Answer curves = Call(*client, "get_curves_list", [&](pugi::xml_node c) {
         files(c);
@@ -351,12 +321,9 @@ TEST_F(NavigationTest, TableCurveAndPlansheetListsMatchTheFilesData) {
     for (pugi::xml_node item : plansheets.answer.child("Result").children("Item"))
         names.push_back(item.text().get());
     EXPECT_EQ(names, (Names{"Основной", "Корреляция"}));
-    EXPECT_EQ(ErrorCode(*client, "get_tables_list",
-                        [&](pugi::xml_node c) {
-                            c.append_child("FileNames").append_child("Item").text() =
-                                (westPath + "missing.ws").c_str();
-                        }),
-              ecFileNotFound);
+    EXPECT_EQ(
+        ErrorCode(*client, "get_tables_list", ItemList("FileNames", {westPath + "missing.ws"})),
+        ecFileNotFound);
 }
 
 }  // namespace

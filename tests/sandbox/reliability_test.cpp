@@ -84,10 +84,7 @@ TEST_F(ReliabilityTest, OversizedPacketsAndPayloadsCloseOnlyTheirConnection) {
     EXPECT_EQ(DbId(*client, kNorthSea), 2);
     std::istringstream big(std::string(2 << 20, 'x'));
     EXPECT_THROW(
-        Call(
-            *client, "put_file_contents",
-            [](pugi::xml_node c) { c.append_attribute("file_name") = "Eastfield/N1/x/big.ws"; },
-            &big),
+        Call(*client, "put_file_contents", Attrs({{"file_name", "Eastfield/N1/x/big.ws"}}), &big),
         ESocketError);
 }
 

@@ -50,6 +50,21 @@ std::string BinaryBytes(std::size_t size, std::uint32_t seed) {
     return bytes;
 }
 
+Fill Attrs(std::vector<std::pair<std::string, std::string>> attrs) {
+    return [attrs = std::move(attrs)](pugi::xml_node c) {
+        for (const auto& [name, value] : attrs)
+            c.append_attribute(name.c_str()) = value.c_str();
+    };
+}
+
+Fill ItemList(std::string element, std::vector<std::string> values) {
+    return [element = std::move(element), values = std::move(values)](pugi::xml_node c) {
+        pugi::xml_node list = c.append_child(element.c_str());
+        for (const std::string& v : values)
+            list.append_child("Item").text() = v.c_str();
+    };
+}
+
 // ---- RawClient --------------------------------------------------------------------------
 
 RawClient::RawClient(std::uint16_t port, int receiveBuffer) {
@@ -151,16 +166,15 @@ std::unique_ptr<TOstraDbProtocol> SandboxTest::Connect(const std::string& user,
     return client;
 }
 
-detail::Answer SandboxTest::Call(TOstraDbProtocol& client, const std::string& cmd,
-                                 const std::function<void(pugi::xml_node)>& fill,
+detail::Answer SandboxTest::Call(TOstraDbProtocol& client, const std::string& cmd, const Fill& fill,
                                  std::istream* send, std::ostream* receive) {
     detail::Request req(client, cmd);
     if (fill) fill(req.command);
     return req.Exchange(send, receive);
 }
 
-int SandboxTest::ErrorCode(TOstraDbProtocol& client, const std::string& cmd,
-                           const std::function<void(pugi::xml_node)>& fill, std::istream* send) {
+int SandboxTest::ErrorCode(TOstraDbProtocol& client, const std::string& cmd, const Fill& fill,
+                           std::istream* send) {
     try {
         Call(client, cmd, fill, send);
     } catch (const TOstraClientSocketException& e) {
@@ -169,34 +183,24 @@ int SandboxTest::ErrorCode(TOstraDbProtocol& client, const std::string& cmd,
     return -1;
 }
 
-std::string SandboxTest::DbPath(TOstraDbProtocol& client, const std::string& name) {
+std::string SandboxTest::DbAttr(TOstraDbProtocol& client, const std::string& name,
+                                const char* attr) {
     const detail::Answer ans = Call(client, "get_db_list");
     for (pugi::xml_node item : ans.answer.child("databases").children("item"))
-        if (name == item.attribute("name").value()) return item.attribute("path").value();
-    throw Error("no database " + name);
-}
-
-std::int32_t SandboxTest::DbId(TOstraDbProtocol& client, const std::string& name) {
-    const detail::Answer ans = Call(client, "get_db_list");
-    for (pugi::xml_node item : ans.answer.child("databases").children("item"))
-        if (name == item.attribute("name").value()) return item.attribute("id").as_int();
+        if (name == item.attribute("name").value()) return item.attribute(attr).value();
     throw Error("no database " + name);
 }
 
 std::string SandboxTest::GetContents(TOstraDbProtocol& client, const std::string& name) {
     std::ostringstream out;
-    Call(
-        client, "get_file_contents",
-        [&](pugi::xml_node c) { c.append_attribute("file_name") = name.c_str(); }, nullptr, &out);
+    Call(client, "get_file_contents", Attrs({{"file_name", name}}), nullptr, &out);
     return out.str();
 }
 
 void SandboxTest::PutContents(TOstraDbProtocol& client, const std::string& name,
                               const std::string& bytes) {
     std::istringstream in(bytes);
-    Call(
-        client, "put_file_contents",
-        [&](pugi::xml_node c) { c.append_attribute("file_name") = name.c_str(); }, &in);
+    Call(client, "put_file_contents", Attrs({{"file_name", name}}), &in);
 }
 
 }  // namespace ostradb::test

@@ -35,6 +35,13 @@ std::map<std::string, std::string> Snapshot(const fs::path& dir);
 // Bytes 0..255 and then a pseudo-random tail: every byte value, no text.
 std::string BinaryBytes(std::size_t size, std::uint32_t seed);
 
+// What a test adds to a request's command element.
+using Fill = std::function<void(pugi::xml_node)>;
+// Sets these attributes on the command.
+Fill Attrs(std::vector<std::pair<std::string, std::string>> attrs);
+// Adds a list element (FileNames, Masks, ...) with one Item per value.
+Fill ItemList(std::string element, std::vector<std::string> values);
+
 // A plain socket for sending what the library never would (broken packets, stalls).
 class RawClient {
 public:
@@ -71,17 +78,20 @@ protected:
                                               const std::string& password = "admin");
 
     // One request; fill sets its attributes and children.
-    detail::Answer Call(TOstraDbProtocol& client, const std::string& cmd,
-                        const std::function<void(pugi::xml_node)>& fill = {},
+    detail::Answer Call(TOstraDbProtocol& client, const std::string& cmd, const Fill& fill = {},
                         std::istream* send = nullptr, std::ostream* receive = nullptr);
-    // The server's error code of a request that must fail.
-    int ErrorCode(TOstraDbProtocol& client, const std::string& cmd,
-                  const std::function<void(pugi::xml_node)>& fill = {},
+    // The server's error code of a request that must fail; -1 when it succeeds.
+    int ErrorCode(TOstraDbProtocol& client, const std::string& cmd, const Fill& fill = {},
                   std::istream* send = nullptr);
 
     // The database's path as get_db_list tells it ("…/", with the delimiter).
-    std::string DbPath(TOstraDbProtocol& client, const std::string& name);
-    std::int32_t DbId(TOstraDbProtocol& client, const std::string& name);
+    std::string DbPath(TOstraDbProtocol& client, const std::string& name) {
+        return DbAttr(client, name, "path");
+    }
+    std::int32_t DbId(TOstraDbProtocol& client, const std::string& name) {
+        return std::stoi(DbAttr(client, name, "id"));
+    }
+    std::string DbAttr(TOstraDbProtocol& client, const std::string& name, const char* attr);
 
     std::string GetContents(TOstraDbProtocol& client, const std::string& name);
     void PutContents(TOstraDbProtocol& client, const std::string& name, const std::string& bytes);

@@ -1,6 +1,7 @@
-// Login, the demand to log in again, and rights.
+// Login and its log entries, the demand to log in again, and rights.
 
 #include <thread>
+#include <tuple>
 
 #include "protocol/login_digest.hpp"
 #include "sandbox/sandbox_fixture.hpp"
@@ -10,34 +11,25 @@ namespace {
 
 class SessionTest : public SandboxTest {
 protected:
-    // Successful logins of user in the server's log.
-    int Logins(TOstraDbProtocol& client, const std::string& user) {
+    // Entries of user in the server's log: successful logins (type 0) or refusals (type 1).
+    // Every entry must have a growing id, the client's address and a time.
+    int LogEntries(TOstraDbProtocol& client, const std::string& user, int type) {
         const detail::Answer log = Call(client, "request_log");
-        int count = 0;
-        for (pugi::xml_node item : log.answer.child("log").children("item"))
-            if (user == item.attribute("user").value() && item.attribute("type").as_int() == 0 &&
-                std::string(item.attribute("text").value()) == "Вход выполнен")
-                ++count;
+        int count = 0, lastId = 0;
+        for (pugi::xml_node item : log.answer.child("log").children("item")) {
+            EXPECT_GT(item.attribute("id").as_int(), lastId) << "ids grow";
+            lastId = item.attribute("id").as_int();
+            EXPECT_TRUE(std::string(item.attribute("addr").value()).starts_with("127.0.0.1:"));
+            EXPECT_GT(item.attribute("time").as_double(), 40000.0);
+            count += user == item.attribute("user").value() &&
+                     item.attribute("type").as_int() == type &&
+                     (type != 0 || std::string(item.attribute("text").value()) == "Вход выполнен");
+        }
         return count;
     }
 };
 
-TEST_F(SessionTest, LoginGrantsTheRightsOfTheUsersGroups) {
-    struct Case {
-        const char* user;
-        const char* password;
-        std::uint32_t rights;
-    };
-    for (const Case& c : {Case{"admin", "admin", 0x7F}, Case{"viewer", "viewer", 0x01}}) {
-        auto client = Connect(c.user, c.password);
-        EXPECT_EQ(client->GetUserRights().Mask(), c.rights) << c.user;
-        TServerVersion version;
-        client->GetServerVersion(version);
-        EXPECT_NE(version.ToString(), "0.0.0.0") << "the server refused get_server_version";
-    }
-}
-
-TEST_F(SessionTest, WrongCredentialsAreRefusedWith28AndLeaveTheSessionLoggedOut) {
+TEST_F(SessionTest, WrongCredentialsAreRefusedWith28AndLogged) {
     const std::pair<const char*, const char*> cases[] = {
         {"admin", "Admin"}, {"admin", ""}, {"Admin", "admin"}, {"nobody", "admin"}};
     for (const auto& [user, password] : cases) {
@@ -49,10 +41,10 @@ TEST_F(SessionTest, WrongCredentialsAreRefusedWith28AndLeaveTheSessionLoggedOut)
         } catch (const TOstraClientSocketException& e) {
             EXPECT_EQ(e.Code, ecWrongPassword) << user << "/" << password;
         }
-        RawClient raw(server->Port());
-        raw.Send("<packet><command cmd=\"get_db_list\"/></packet>\r\n");
-        EXPECT_NE(raw.ReadPacket().find("code=\"27\""), std::string::npos);
     }
+    auto admin = Connect();
+    EXPECT_EQ(LogEntries(*admin, "admin", 1), 2);
+    EXPECT_EQ(LogEntries(*admin, "admin", 0), 1);
 }
 
 TEST_F(SessionTest, ALoginValueServesOneAttemptOnly) {
@@ -62,10 +54,8 @@ TEST_F(SessionTest, ALoginValueServesOneAttemptOnly) {
     EXPECT_NE(client.RequestRandomAuthValue(), value) << "values must not repeat";
     const std::string fresh = client.RequestRandomAuthValue();
     auto login = [&] {
-        return ErrorCode(client, "login", [&](pugi::xml_node c) {
-            c.append_attribute("user") = "admin";
-            c.append_attribute("pass") = detail::LoginDigest("admin", fresh).c_str();
-        });
+        return ErrorCode(client, "login",
+                         Attrs({{"user", "admin"}, {"pass", detail::LoginDigest("admin", fresh)}}));
     };
     EXPECT_EQ(login(), -1) << "the digest of the last value logs in";
     EXPECT_EQ(login(), ecWrongPassword) << "the same digest again is a replay";
@@ -78,11 +68,8 @@ TEST_F(SessionTest, ANewConnectionAsksForALoginAndTheClientLogsInByItself) {
 
     auto client = Connect();
     client->Disconnect();
-    const detail::Answer ans = Call(*client, "get_db_list");
-    EXPECT_EQ(std::distance(ans.answer.child("databases").children("item").begin(),
-                            ans.answer.child("databases").children("item").end()),
-              2);
-    EXPECT_EQ(Logins(*client, "admin"), 2);
+    EXPECT_EQ(DbId(*client, kNorthSea), 2);
+    EXPECT_EQ(LogEntries(*client, "admin", 0), 2);
 }
 
 TEST_F(SessionTest, AnExpiredSessionAsksForALoginOnTheSameConnection) {
@@ -92,51 +79,37 @@ TEST_F(SessionTest, AnExpiredSessionAsksForALoginOnTheSameConnection) {
     std::this_thread::sleep_for(300ms);
     EXPECT_EQ(DbId(*client, kNorthSea), 2);
     EXPECT_EQ(server->AcceptedConnections(), connections);
-    EXPECT_EQ(Logins(*client, "admin"), 2);
+    EXPECT_EQ(LogEntries(*client, "admin", 0), 2);
 }
 
-TEST_F(SessionTest, ViewerIsRefusedEveryChangeAndNothingChanges) {
+TEST_F(SessionTest, RightsFollowTheGroupsAndAViewerIsRefusedEveryChange) {
     auto admin = Connect();
+    EXPECT_EQ(admin->GetUserRights().Mask(), 0x7Fu);
+    TServerVersion version;
+    admin->GetServerVersion(version);
+    EXPECT_NE(version.ToString(), "0.0.0.0") << "the server refused get_server_version";
     const std::string path = DbPath(*admin, kWestSiberia);
     const std::string existing = path + "Северное/12/ГИС 2019/12_gis_2019.ws";
     const std::string fresh = path + "Северное/12/ГИС 2019/new.ws";
     auto viewer = Connect("viewer", "viewer");
+    EXPECT_EQ(viewer->GetUserRights().Mask(), 0x01u);
     EXPECT_EQ(GetContents(*viewer, existing), ReadFile(existing)) << "viewing is allowed";
     const auto before = Snapshot(dataDir);
 
-    using Fill = std::function<void(pugi::xml_node)>;
-    auto name = [](const std::string& n) {
-        return Fill([n](pugi::xml_node c) { c.append_attribute("file_name") = n.c_str(); });
-    };
-    auto list = [](const std::string& n) {
-        return Fill([n](pugi::xml_node c) {
-            c.append_child("FileNames").append_child("Item").text() = n.c_str();
-        });
-    };
+    // command, its content, whether it carries a payload
     const std::vector<std::tuple<std::string, Fill, bool>> cases = {
-        {"put_file_contents", name(existing), true},
-        {"put_file_contents", name(fresh), true},
-        {"delete_files", list(existing), false},
-        {"move_file",
-         [&](pugi::xml_node c) {
-             c.append_attribute("ScrFileName") = existing.c_str();
-             c.append_attribute("DstFileName") = fresh.c_str();
-         },
-         false},
-        {"add_db", [](pugi::xml_node c) { c.append_attribute("name") = "x"; }, false},
-        {"delete_db", [](pugi::xml_node c) { c.append_attribute("db_id") = 2; }, false},
-        {"reload_db_struct", [](pugi::xml_node c) { c.append_attribute("db_id") = 2; }, false},
-        {"set_serv_option",
-         [](pugi::xml_node c) {
-             c.append_attribute("name") = "LogLevel";
-             c.append_attribute("value") = "5";
-         },
-         false},
+        {"put_file_contents", Attrs({{"file_name", existing}}), true},
+        {"put_file_contents", Attrs({{"file_name", fresh}}), true},
+        {"delete_files", ItemList("FileNames", {existing}), false},
+        {"move_file", Attrs({{"ScrFileName", existing}, {"DstFileName", fresh}}), false},
+        {"add_db", Attrs({{"name", "x"}}), false},
+        {"delete_db", Attrs({{"db_id", "2"}}), false},
+        {"reload_db_struct", Attrs({{"db_id", "2"}}), false},
+        {"set_serv_option", Attrs({{"name", "LogLevel"}, {"value", "5"}}), false},
         {"set_serv_options",
          [](pugi::xml_node c) {
-             pugi::xml_node item = c.append_child("Options").append_child("Item");
-             item.append_attribute("Name") = "LogLevel";
-             item.append_attribute("Value") = "5";
+             Attrs({{"Name", "LogLevel"}, {"Value", "5"}})(
+                 c.append_child("Options").append_child("Item"));
          },
          false},
         {"request_log", {}, false},

@@ -37,32 +37,11 @@ std::vector<std::string> RandomTexts(std::vector<std::string> pieces, int count)
     return texts;
 }
 
-TEST(Text, SameTextAndStartsTextFoldCase) {
-    // a, b, SameText(a, b), StartsText(a, b)
-    const std::tuple<const char*, const char*, bool, bool> cases[] = {
-        {"", "", true, true},
-        {"Скв_12.ws", "СКВ_12.WS", true, true},
-        {"Ёлка", "ёЛКА", true, true},
-        {"ёлка", "елка", false, false},
-        {"ЎЇЄЅЏЂ", "ўїєѕџђ", true, true},
-        {"A", "А", false, false},  // Latin against Cyrillic
-        {"straß", "STRASSE 12", false, true},
-        {"скв", "СКВАЖИНА", false, true},
-        {"скважина", "СКВ", false, false},
-        {"ΣΑΣ", "σας", true, true},
-    };
-    for (const auto& [a, b, same, starts] : cases) {
-        EXPECT_EQ(SameText(a, b), same) << a << " / " << b;
-        EXPECT_EQ(SameText(b, a), same) << b << " / " << a;
-        EXPECT_EQ(StartsText(a, b), starts) << a << " / " << b;
-    }
-}
-
 TEST(Text, SameTextAndStartsTextAgreeWithIcuFolding) {
-    const auto texts =
-        RandomTexts({"a", "A", "s", "S", "ss", "ß", "k", "\u212A", "я", "Я", "ё",    "Ё",   "е",
-                     "ѐ", "Ѐ", "ї", "Ї", "ґ",  "Ґ", "Σ", "ς",      "1", "_", "\xD0", "\xFF"},
-                    500);
+    const auto texts = RandomTexts(
+        {"a", "A", "s", "S", "ss", "ß", "k", "\u212A", "я", "Я", "ё", "Ё", "е",    "ѐ",
+         "Ѐ", "ї", "Ї", "ґ", "Ґ",  "Ў", "ў", "Σ",      "σ", "ς", "1", "_", "\xD0", "\xFF"},
+        500);
     std::vector<icu::UnicodeString> folded;
     for (const std::string& text : texts)
         folded.push_back(U(text).foldCase(U_FOLD_CASE_DEFAULT));
@@ -76,26 +55,13 @@ TEST(Text, SameTextAndStartsTextAgreeWithIcuFolding) {
     }
 }
 
-TEST(Text, CompareTextOrder) {
-    // Each entry sorts before the next one; entries in one group compare equal.
-    const std::vector<std::vector<const char*>> order = {
-        {""},     {"12"},           {"12a", "12A"}, {"N105", "n105"}, {"zeta"}, {"ёлка"},
-        {"Елки"}, {"Ёлки", "ЁЛКИ"}, {"Ель"},        {"скв", "СКВ"},   {"Скв_1"}};
-    for (std::size_t i = 0; i < order.size(); ++i) {
-        for (std::size_t j = 0; j < order.size(); ++j) {
-            for (const char* a : order[i]) {
-                for (const char* b : order[j]) {
-                    EXPECT_EQ(Sign(CompareText(a, b)), (i > j) - (i < j)) << a << " / " << b;
-                }
-            }
-        }
-    }
+TEST(Text, CompareStrIsByteOrder) {
     EXPECT_LT(CompareStr("B", "a"), 0);
     EXPECT_GT(CompareStr("\xD0\x90", "z"), 0);
     EXPECT_EQ(CompareStr("abc", "abc"), 0);
 }
 
-// The ASCII fast path must order exactly as the collator does.
+// The ASCII fast path and the Cyrillic letters must order exactly as the collator does.
 TEST(Text, CompareTextAgreesWithIcuCollator) {
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::Collator> collator(
@@ -107,7 +73,11 @@ TEST(Text, CompareTextAgreesWithIcuCollator) {
         pieces.emplace_back(1, char(c));
     for (const char* p : {"Ё", "е", "ß", "Я"})
         pieces.emplace_back(p);
-    const auto texts = RandomTexts(pieces, 600);
+    auto texts = RandomTexts(pieces, 600);
+    // Words that differ only in letter case or in ё and е, and digits among letters.
+    for (std::string& t :
+         RandomTexts({"е", "Е", "ё", "Ё", "л", "к", "и", "ь", "1", "2", "N", "_"}, 200))
+        texts.push_back(std::move(t));
     for (const std::string& a : texts) {
         for (const std::string& b : texts) {
             const int expected = collator->compareUTF8(a, b, status);
