@@ -9,7 +9,6 @@
 #include "ostradb/protocol/admin_commands.hpp"
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/users/users.hpp"
-#include "request_shape.hpp"
 
 namespace ostradb {
 namespace {

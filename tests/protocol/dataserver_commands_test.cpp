@@ -7,7 +7,6 @@
 
 #include "exchange_fixture.hpp"
 #include "ostradb/protocol/dataserver_commands.hpp"
-#include "request_shape.hpp"
 
 namespace ostradb {
 namespace {

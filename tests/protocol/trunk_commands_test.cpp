@@ -8,7 +8,6 @@
 #include "ostradb/model/filters.hpp"
 #include "ostradb/model/trunks.hpp"
 #include "ostradb/protocol/trunk_commands.hpp"
-#include "request_shape.hpp"
 
 namespace ostradb {
 namespace {
