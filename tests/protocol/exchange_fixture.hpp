@@ -12,6 +12,7 @@
 
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"
+#include "ostradb/util/string_list.hpp"
 #include "protocol/command.hpp"
 #include "support/scripted_server.hpp"
 
@@ -46,12 +47,21 @@ inline std::vector<std::string> ItemTexts(pugi::xml_node list) {
     return texts;
 }
 
-// The values joined, each followed by "|": a record rendered for one expectation.
+// The values joined, each followed by "|": a record rendered for one expectation. The
+// arguments are evaluated in no set order, so a command is called before, not inside.
 template <class... T>
 std::string Row(const T&... values) {
     std::ostringstream out;
     ((out << values << '|'), ...);
     return out.str();
+}
+
+// The lines of a list, each followed by "|".
+inline std::string Joined(const TStringList& list) {
+    std::string out;
+    for (const std::string& line : list.Lines())
+        out += line + "|";
+    return out;
 }
 
 // Runs call, which must raise the server's error answer with this code and text.

@@ -18,16 +18,10 @@ using test::AnswerPacket;
 using test::AttrText;
 using test::ErrorPacket;
 using test::ItemTexts;
+using test::Joined;
 using test::RecordedRequest;
 using test::Row;
 using Lines = std::vector<std::string>;
-
-std::string Joined(const TStringList& list) {
-    std::string out;
-    for (const std::string& line : list.Lines())
-        out += line + "|";
-    return out;
-}
 
 // The session's own server is unreachable; file names address the scripted server, so a
 // request arrives only when the names were checked, and the session must be back home after.
