@@ -147,21 +147,11 @@ TEST_F(ExchangeTest, FilesStatSendsItsRequestInOrderAndRendersTheTable) {
 
     TStringList lines{"before"};
     result.ToStrings(lines);
-    EXPECT_EQ(lines.Lines(), (std::vector<std::string>{
-                                 "before",
-                                 "Статистика по файлам",
-                                 " \tМесторождение\tСкважина\tФайлов\tКривых",
-                                 " \tF1\tW1\t3\t10",
-                                 "Итого\tF1\t\t5\t20",
-                                 "",
-                                 "Список файлов для уровня F1\\W1:",
-                                 "a.ws",
-                                 "b.ws",
-                                 "",
-                                 "Проверка качества данных (вид проверки, правило, статус, кол-во "
-                                 "замечаний в БД):",
-                                 "k\tr\ts\t2",
-                             }));
+    EXPECT_EQ(test::Joined(lines),
+              "before|Статистика по файлам| \tМесторождение\tСкважина\tФайлов\tКривых|"
+              " \tF1\tW1\t3\t10|Итого\tF1\t\t5\t20||Список файлов для уровня F1\\W1:|a.ws|b.ws||"
+              "Проверка качества данных (вид проверки, правило, статус, кол-во замечаний в БД):|"
+              "k\tr\ts\t2|");
     server.Verify();
 }
 
