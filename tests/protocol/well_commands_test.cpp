@@ -224,20 +224,17 @@ TEST_F(WellCommands, AttributeCommandsSendTheirArgumentsInOrder) {
     const std::vector<AttrCase> cases{
         {"delete_curve", false, "",
          [&](TOstraDbProtocol& c, const std::string&) {
-             c.DeleteCurve(unchecked, "main", "DEPT=1500", "ГК");
-             return "";
+             return c.DeleteCurve(unchecked, "main", "DEPT=1500", "ГК"), "";
          },
          "", "cmd=delete_curve file=" + unchecked + " table=main key_str=DEPT=1500 curve=ГК"},
         {"rename_table", true, "",
          [](TOstraDbProtocol& c, const std::string& name) {
-             c.RenameTable(name, "Старая", "Новая");
-             return "";
+             return c.RenameTable(name, "Старая", "Новая"), "";
          },
          "", "cmd=rename_table file=D:\\a.ws old_name=Старая new_name=Новая"},
         {"delete_table", true, "",
          [](TOstraDbProtocol& c, const std::string& name) {
-             c.DeleteTable(name, "main");
-             return "";
+             return c.DeleteTable(name, "main"), "";
          },
          "", "cmd=delete_table file=D:\\a.ws table=main"},
         {"parse_file_name", true, "<PathValues><Item>Север</Item><Item>12</Item></PathValues>",
