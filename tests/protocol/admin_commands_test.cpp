@@ -9,7 +9,6 @@
 #include "ostradb/protocol/admin_commands.hpp"
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/users/users.hpp"
-#include "request_shape.hpp"
 
 namespace ostradb {
 namespace {
@@ -36,11 +35,10 @@ TEST_F(ExchangeTest, AdministrationCommandsSendAndRead) {
          R"(<Item Name="G" Rights="33"><Users><Item>admin</Item></Users></Item></Groups>)"
          R"(</UserPermissionsData>)",
          [&] {
-             ASSERT_EQ(um.Users().Count(), 1);
-             EXPECT_EQ(um.Users().Item(0).Name, "Админ");
-             ASSERT_EQ(um.Groups().Count(), 1);
-             EXPECT_EQ(um.Groups().Item(0).Rights, 33u);
-             EXPECT_TRUE(um.Groups().Item(0).ContainsUser("admin"));
+             ASSERT_EQ(um.Users().Count() + um.Groups().Count(), 2);
+             EXPECT_EQ(test::Row(um.Users().Item(0).Name, um.Groups().Item(0).Rights,
+                                 um.Groups().Item(0).ContainsUser("admin")),
+                       "Админ|33|1|");
          }},
         {[&] { client.SaveUmData(umToSave); },
          R"(<command cmd="save_auth_data"><UserPermissionsData><Users><Item User="admin" Name="")"
@@ -96,23 +94,20 @@ TEST(ServerLog, AMissingNumberFailsTheReadKeepingWhatWasRead) {
     TServerLog log;
     EXPECT_THROW(log.ReadFromXml(doc.document_element()), EConvertError);
     ASSERT_EQ(log.Count(), 2);
-    EXPECT_EQ(log.Item(0).Id, 1);
-    EXPECT_EQ(log.Item(1).Id, -1);
+    EXPECT_EQ(test::Row(log.Item(0).Id, log.Item(1).Id), "1|-1|");
 }
 
 TEST(ServerOptions, LookUpIgnoresCaseAndNumbersDefaultToZero) {
     TServerOptions options;
     options.SetOption("Port", "12x");
-    EXPECT_EQ(options.GetInteger("port"), 0);
-    EXPECT_EQ(options.GetInteger("absent"), 0);
-    EXPECT_EQ(options.GetOption("absent"), "");
+    EXPECT_EQ(test::Row(options.GetInteger("port"), options.GetInteger("absent"),
+                        options.GetOption("absent")),
+              "0|0||");
     options.SetOption("PORT", "22344");
-    ASSERT_EQ(options.Count(), 1);
-    EXPECT_EQ(options.Item(0).Name, "Port");
-    EXPECT_EQ(options.GetInteger("Port"), 22344);
     options.SetInteger("Timeout", -30);
     ASSERT_EQ(options.Count(), 2);
-    EXPECT_EQ(options.Item(1).Value, "-30");
+    EXPECT_EQ(test::Row(options.Item(0).Name, options.GetInteger("Port"), options.Item(1).Value),
+              "Port|22344|-30|");
 }
 
 // Two text columns, two value columns; a row without a name and with files, then a named row
@@ -152,21 +147,11 @@ TEST_F(ExchangeTest, FilesStatSendsItsRequestInOrderAndRendersTheTable) {
 
     TStringList lines{"before"};
     result.ToStrings(lines);
-    EXPECT_EQ(lines.Lines(), (std::vector<std::string>{
-                                 "before",
-                                 "Статистика по файлам",
-                                 " \tМесторождение\tСкважина\tФайлов\tКривых",
-                                 " \tF1\tW1\t3\t10",
-                                 "Итого\tF1\t\t5\t20",
-                                 "",
-                                 "Список файлов для уровня F1\\W1:",
-                                 "a.ws",
-                                 "b.ws",
-                                 "",
-                                 "Проверка качества данных (вид проверки, правило, статус, кол-во "
-                                 "замечаний в БД):",
-                                 "k\tr\ts\t2",
-                             }));
+    EXPECT_EQ(test::Joined(lines),
+              "before|Статистика по файлам| \tМесторождение\tСкважина\tФайлов\tКривых|"
+              " \tF1\tW1\t3\t10|Итого\tF1\t\t5\t20||Список файлов для уровня F1\\W1:|a.ws|b.ws||"
+              "Проверка качества данных (вид проверки, правило, статус, кол-во замечаний в БД):|"
+              "k\tr\ts\t2|");
     server.Verify();
 }
 
@@ -193,13 +178,7 @@ TEST_F(ExchangeTest, AdministrationErrorAnswerRaisesAndKeepsWhatWasRead) {
     TServerOptions options;
     options.SetOption("kept", "1");
     server.Expect("get_serv_options").Reply(test::ErrorPacket(16, "Нет прав"));
-    try {
-        client.GetServOptions("*", options);
-        FAIL() << "no error";
-    } catch (const TOstraClientSocketException& e) {
-        EXPECT_EQ(e.Code, 16);
-        EXPECT_STREQ(e.what(), "Нет прав");
-    }
+    test::ExpectServerError([&] { client.GetServOptions("*", options); }, 16, "Нет прав");
     EXPECT_EQ(options.GetOption("kept"), "1");
     server.Verify();
 }

@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "exchange_fixture.hpp"
@@ -15,17 +14,10 @@ namespace ostradb {
 namespace {
 
 using test::AnswerPacket;
+using test::AttrText;
 using test::ErrorPacket;
 using test::InfoPacket;
-using Attrs = std::vector<std::pair<std::string, std::string>>;
-
-// The attributes of the request's command element, in the order they were sent.
-Attrs CommandAttrs(const test::RecordedRequest& r) {
-    Attrs result;
-    for (const pugi::xml_attribute a : r.Command().attributes())
-        result.emplace_back(a.name(), a.value());
-    return result;
-}
+using test::Row;
 
 // A structure answer whose one level has the type levelType.
 std::string StructAnswer(const std::string& levelType) {
@@ -45,108 +37,103 @@ std::string ListAnswer(const std::vector<int>& ids) {
     return AnswerPacket({}, "<databases>" + items + "</databases>");
 }
 
+// The attributes of every request from the first-th on, one line each.
+std::string SentFrom(test::ScriptedServer& server, std::size_t first) {
+    std::string out;
+    for (std::size_t i = first; i < server.RequestCount(); ++i)
+        out += AttrText(server.Request(i)) + "\n";
+    return out;
+}
+
+// Each database's id and the types of its structure's levels.
+std::string Structures(const TDatabasesList& list) {
+    std::string out;
+    for (int i = 0; i < list.GetCount(); ++i) {
+        out += std::to_string(list.GetItem(i).Id) + ":";
+        for (int k = 0; k < list.GetItem(i).Structure.GetItemsCount(); ++k)
+            out += list.GetItem(i).Structure.GetItem(k).Type;
+        out += " ";
+    }
+    return out;
+}
+
 using CatalogCommands = ExchangeTest;
 
-TEST_F(CatalogCommands, SendExactlyTheirAttributes) {
+TEST_F(CatalogCommands, SendExactlyTheirAttributesAndReadTheAnswer) {
     struct Case {
-        std::function<void(TOstraDbProtocol&)> call;
-        Attrs sent;
+        std::function<std::string(TOstraDbProtocol&)> call;  // renders what it read
+        std::string sent;                                    // the command element
+        std::string answer = "";                             // the answer element's children
+        std::string read = "";
     } cases[] = {
-        {[](TOstraDbProtocol& c) { c.DeleteDatabase(3); }, {{"cmd", "delete_db"}, {"db_id", "3"}}},
-        {[](TOstraDbProtocol& c) { c.StopMergeVTableDB(4); },
-         {{"cmd", "stop_merge_vtable_db"}, {"db_id", "4"}}},
-        {[](TOstraDbProtocol& c) { c.ReloadDatabaseStruct(-5); },
-         {{"cmd", "reload_db_struct"}, {"db_id", "-5"}}},
-        {[](TOstraDbProtocol& c) { c.ReloadBadFiles(6); },
-         {{"cmd", "reload_bad_files"}, {"db_id", "6"}}},
-        {[](TOstraDbProtocol& c) { c.ReloadBadFilesWithProgress(6, nullptr); },
-         {{"cmd", "reload_bad_files"}, {"db_id", "6"}}},
-        {[](TOstraDbProtocol& c) { c.DeleteUnusedLevels(7); },
-         {{"cmd", "delete_unused_levels"}, {"db_id", "7"}}},
-        {[](TOstraDbProtocol& c) { c.MergeVTableDB(8, true, false); },
-         {{"cmd", "merge_vtable_db"},
-          {"db_id", "8"},
-          {"use_delete", "True"},
-          {"fail_no_connect", "False"}}},
-        {[](TOstraDbProtocol& c) { c.MergeVTableDB(8, false, true); },
-         {{"cmd", "merge_vtable_db"},
-          {"db_id", "8"},
-          {"use_delete", "False"},
-          {"fail_no_connect", "True"}}},
+        {[](auto& c) { return c.DeleteDatabase(3), ""; },
+         R"(<command cmd="delete_db" db_id="3"/>)"},
+        {[](auto& c) { return c.StopMergeVTableDB(4), ""; },
+         R"(<command cmd="stop_merge_vtable_db" db_id="4"/>)"},
+        {[](auto& c) { return c.ReloadDatabaseStruct(-5), ""; },
+         R"(<command cmd="reload_db_struct" db_id="-5"/>)"},
+        {[](auto& c) { return c.ReloadBadFiles(6), ""; },
+         R"(<command cmd="reload_bad_files" db_id="6"/>)"},
+        {[](auto& c) { return c.ReloadBadFilesWithProgress(6, nullptr), ""; },
+         R"(<command cmd="reload_bad_files" db_id="6"/>)"},
+        {[](auto& c) { return c.DeleteUnusedLevels(7), ""; },
+         R"(<command cmd="delete_unused_levels" db_id="7"/>)"},
+        {[](auto& c) { return c.MergeVTableDB(8, true, false), ""; },
+         R"(<command cmd="merge_vtable_db" db_id="8" use_delete="True" fail_no_connect="False"/>)"},
+        {[](auto& c) { return c.MergeVTableDB(8, false, true), ""; },
+         R"(<command cmd="merge_vtable_db" db_id="8" use_delete="False" fail_no_connect="True"/>)"},
         // "command" on the element named "command"; the command name stays in "cmd".
-        {[](TOstraDbProtocol& c) { c.StartWFOstra("wf.exe /run \"a b\""); },
-         {{"cmd", "start_wfostra"}, {"command", "wf.exe /run \"a b\""}}},
+        {[](auto& c) { return c.StartWFOstra("wf.exe /run \"a b\""), ""; },
+         R"(<command cmd="start_wfostra" command="wf.exe /run &quot;a b&quot;"/>)"},
+        {[](auto& c) {
+             std::string path;
+             c.RequestWFExePath(path);
+             return path;
+         },
+         R"(<command cmd="get_wfexe_path"/>)", R"(<WFOstra_Options wfexe_path="C:\wf\wf.exe"/>)",
+         "C:\\wf\\wf.exe"},
+        {[](auto& c) {
+             TVTables t;
+             c.RequestVTableList(t);
+             return Row(t.GetItemsCount(), t.GetItem(0).FileName, t.CollectionPath);
+         },
+         R"(<command cmd="get_all_vtable_list"/>)",
+         R"(<all_vtables use_delete="true" collection_path="C:\v">)"
+         R"(<item name="t1" file_name="t1.db" only_login_update="0"/></all_vtables>)",
+         "1|t1.db|C:\\v|"},
+        {[](auto& c) {
+             TVTableOptions o;
+             c.RequestVTableOptions(o);
+             return Row(o.GetItemsCount(), o.GetItem(0).Key, o.GetItem(0).Value);
+         },
+         R"(<command cmd="get_vtable_options"/>)",
+         R"(<Result><Items><Item Section="s" Key="k" Value="v"/></Items></Result>)", "1|k|v|"},
     };
-    for (std::size_t i = 0; i < std::size(cases); ++i) {
-        server.Expect().Reply(AnswerPacket());
-        cases[i].call(client);
-        EXPECT_EQ(CommandAttrs(server.Request(i)), cases[i].sent) << "case " << i;
-        EXPECT_FALSE(server.Request(i).Command().first_child()) << "case " << i;
+    std::size_t i = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.sent);
+        server.Expect().Reply(AnswerPacket({}, c.answer));
+        EXPECT_EQ(c.call(client), c.read);
+        EXPECT_EQ(test::CommandText(server.Request(i++)), c.sent);
     }
     server.Verify();
 }
 
-TEST_F(CatalogCommands, ReadWhatTheServerAnswers) {
-    server.Expect("get_wfexe_path")
-        .Reply(AnswerPacket({}, R"(<WFOstra_Options wfexe_path="C:\wf\wf.exe"/>)"));
-    std::string path;
-    client.RequestWFExePath(path);
-    EXPECT_EQ(path, "C:\\wf\\wf.exe");
-
-    server.Expect("get_all_vtable_list")
-        .Reply(AnswerPacket({}, R"(<all_vtables use_delete="true" collection_path="C:\v">)"
-                                R"(<item name="t1" file_name="t1.db" only_login_update="0"/>)"
-                                R"(</all_vtables>)"));
-    TVTables tables;
-    client.RequestVTableList(tables);
-    ASSERT_EQ(tables.GetItemsCount(), 1);
-    EXPECT_EQ(tables.GetItem(0).FileName, "t1.db");
-    EXPECT_EQ(tables.CollectionPath, "C:\\v");
-
-    server.Expect("get_vtable_options")
-        .Reply(AnswerPacket(
-            {}, R"(<Result><Items><Item Section="s" Key="k" Value="v"/></Items></Result>)"));
-    TVTableOptions options;
-    client.RequestVTableOptions(options);
-    ASSERT_EQ(options.GetItemsCount(), 1);
-    EXPECT_EQ(options.GetItem(0).Key, "k");
-    EXPECT_EQ(options.GetItem(0).Value, "v");
-    server.Verify();
-    const char* cmds[] = {"get_wfexe_path", "get_all_vtable_list", "get_vtable_options"};
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(CommandAttrs(server.Request(i)), (Attrs{{"cmd", cmds[i]}}));
-        EXPECT_FALSE(server.Request(i).Command().first_child());
-    }
-}
-
-TEST_F(CatalogCommands, DatabasesListWithoutStructuresIsOneExchange) {
+TEST_F(CatalogCommands, DatabasesListAsksForEachStructureInListOrderOnlyWhenAsked) {
     server.Expect("get_db_list").Reply(ListAnswer({5, 8}));
     TDatabasesList list;
     client.RequestDatabasesListEx(list, false);
-    server.Verify();
-    EXPECT_EQ(server.RequestCount(), 1u);
-    EXPECT_EQ(CommandAttrs(server.Request(0)), (Attrs{{"cmd", "get_db_list"}}));
-    ASSERT_EQ(list.GetCount(), 2);
-    EXPECT_EQ(list.GetItem(1).Name, "db8");
-    EXPECT_EQ(list.GetItem(0).Structure.GetItemsCount(), 0);
-}
+    EXPECT_EQ(Structures(list), "5: 8: ");
+    EXPECT_EQ(SentFrom(server, 0), "cmd=get_db_list\n");
 
-TEST_F(CatalogCommands, DatabasesListAsksForEachStructureInListOrder) {
     server.Expect("get_db_list").Reply(ListAnswer({9, 2, 5}));
     for (const char* type : {"%a", "%b", "%c"})
         server.Expect("get_db_struct").Reply(StructAnswer(type));
-    TDatabasesList list;
     client.RequestDatabasesList(list);
     server.Verify();
-    ASSERT_EQ(server.RequestCount(), 4u);
-    const char* ids[] = {"9", "2", "5"};
-    const char* types[] = {"%a", "%b", "%c"};
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(CommandAttrs(server.Request(i + 1)),
-                  (Attrs{{"cmd", "get_db_struct"}, {"db_id", ids[i]}}));
-        ASSERT_EQ(list.GetItem(i).Structure.GetItemsCount(), 1);
-        EXPECT_EQ(list.GetItem(i).Structure.GetItem(0).Type, types[i]);
-    }
+    EXPECT_EQ(Structures(list), "9:%a 2:%b 5:%c ");
+    EXPECT_EQ(SentFrom(server, 2),
+              "cmd=get_db_struct db_id=9\ncmd=get_db_struct db_id=2\ncmd=get_db_struct db_id=5\n");
 }
 
 TEST_F(CatalogCommands, AFailedStructureEndsTheLoopAndKeepsWhatWasRead) {
@@ -154,17 +141,10 @@ TEST_F(CatalogCommands, AFailedStructureEndsTheLoopAndKeepsWhatWasRead) {
     server.Expect("get_db_struct").Reply(StructAnswer("%a"));
     server.Expect("get_db_struct").Reply(ErrorPacket(12, "Нет базы"));
     TDatabasesList list;
-    try {
-        client.RequestDatabasesListEx(list, true);
-        FAIL() << "no error";
-    } catch (const TOstraClientSocketException& e) {
-        EXPECT_EQ(e.Code, 12);
-        EXPECT_STREQ(e.what(), "Нет базы");
-    }
+    test::ExpectServerError([&] { client.RequestDatabasesListEx(list, true); }, 12, "Нет базы");
     server.Verify();
     EXPECT_EQ(server.RequestCount(), 3u);
-    EXPECT_EQ(list.GetItem(0).Structure.GetItemsCount(), 1);
-    EXPECT_EQ(list.GetItem(2).Structure.GetItemsCount(), 0);
+    EXPECT_EQ(Structures(list), "1:%a 2: 3: ");
 }
 
 TEST_F(CatalogCommands, DatabasesAreRebuiltWithEachStructureAskedForTwice) {
@@ -176,32 +156,24 @@ TEST_F(CatalogCommands, DatabasesAreRebuiltWithEachStructureAskedForTwice) {
         server.Expect("get_db_struct").Reply(StructAnswer(type));
     client.RequestDatabases(databases);
     server.Verify();
-    ASSERT_EQ(server.RequestCount(), 5u);  // 1 + 2 * N
-    const char* ids[] = {"4", "6", "4", "6"};
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(server.Request(i + 1).Attr("db_id"), ids[i]);
-
-    ASSERT_EQ(databases.GetCount(), 2);
-    for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(SentFrom(server, 1),
+              "cmd=get_db_struct db_id=4\ncmd=get_db_struct db_id=6\n"
+              "cmd=get_db_struct db_id=4\ncmd=get_db_struct db_id=6\n");
+    std::string read;
+    for (int i = 0; i < databases.GetCount(); ++i) {
         TDatabase& db = databases.GetItem(i);
-        EXPECT_EQ(db.DbType, dtOstraDbDatabase);
-        EXPECT_EQ(db.Info.Id, i == 0 ? 4 : 6);
-        ASSERT_EQ(db.GetStructure().GetItemsCount(), 1);
-        EXPECT_EQ(db.GetStructure().GetItem(0).Type, i == 0 ? "%own4" : "%own6");
         const TDbLogicalStruct* def = db.LogicalStructures.GetDefault();
-        ASSERT_NE(def, nullptr);
-        EXPECT_EQ(def->Name, "По умолчанию");
-        EXPECT_EQ(def->GetCount(), 1);
+        read += Row(db.DbType == dtOstraDbDatabase, db.Info.Id, db.GetStructure().GetItemsCount(),
+                    db.GetStructure().GetItem(0).Type, def ? def->Name : "none",
+                    def ? def->GetCount() : -1);
     }
-}
+    EXPECT_EQ(read, "1|4|1|%own4|По умолчанию|1|1|6|1|%own6|По умолчанию|1|");
 
-TEST_F(CatalogCommands, AnEmptyCatalogLeavesNoDatabases) {
-    TDatabases databases;
-    databases.Add().Info.Name = "old";
+    // An empty catalog leaves no databases and asks for no structure.
     server.Expect("get_db_list").Reply(ListAnswer({}));
     client.RequestDatabases(databases);
     server.Verify();
-    EXPECT_EQ(server.RequestCount(), 1u);
+    EXPECT_EQ(server.RequestCount(), 6u);
     EXPECT_EQ(databases.GetCount(), 0);
 }
 
@@ -221,24 +193,22 @@ TEST_F(CatalogCommands, ProgressIsOfferedOnlyWhereTheServerTakesTheOffer) {
     std::size_t request = 0;
     for (const Case& c : cases) {
         for (const bool withHandler : {false, true}) {
-            std::vector<std::string> seen;
+            SCOPED_TRACE(Row(c.cmd, withHandler));
+            std::string seen;
             TInfoPacketEvent handler;
             if (withHandler)
                 handler = [&](TOstraDbProtocol&, pugi::xml_node xml) {
-                    seen.push_back(xml.attribute("step").value());
+                    seen += xml.attribute("step").value();
                 };
             server.Expect(c.cmd)
                 .Reply(InfoPacket(R"(step="1")"))
                 .Reply(InfoPacket(R"(step="2")"))
                 .Reply(AnswerPacket({}, R"(<result db_id="31"/>)"));
             c.call(client, handler);
-            const test::RecordedRequest& r = server.Request(request++);
             const bool offered = withHandler && c.offersWithHandler;
-            EXPECT_EQ(r.Attr("info_supported"), offered ? "True" : "") << c.cmd << withHandler;
-            const std::vector<std::string> expected =
-                withHandler ? std::vector<std::string>{"1", "2"} : std::vector<std::string>{};
-            EXPECT_EQ(seen, expected) << c.cmd;
-            EXPECT_FALSE(client.OnInfo) << c.cmd;
+            EXPECT_EQ(server.Request(request++).Attr("info_supported"), offered ? "True" : "");
+            EXPECT_EQ(seen, withHandler ? "12" : "");
+            EXPECT_FALSE(client.OnInfo);
         }
     }
     server.Verify();
@@ -254,13 +224,12 @@ TEST_F(CatalogCommands, AddAndUpdateSendTheDatabaseAndAddReturnsTheNewId) {
     server.Expect("update_db").Reply(AnswerPacket());
     client.UpdateDatabase(info, nullptr);
     server.Verify();
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(server.Request(i).Attr("db_id"), "12");
-        EXPECT_EQ(server.Request(i).Attr("name"), "Новая");
-        EXPECT_EQ(server.Request(i).Attr("path"), "D:\\new\\");
-    }
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(Row(server.Request(i).Attr("db_id"), server.Request(i).Attr("name"),
+                      server.Request(i).Attr("path")),
+                  "12|Новая|D:\\new\\|");
     // The offer follows the database's own attributes.
-    EXPECT_EQ(CommandAttrs(server.Request(0)).back().first, "info_supported");
+    EXPECT_TRUE(AttrText(server.Request(0)).ends_with(" info_supported=True"));
 }
 
 TEST_F(CatalogCommands, HandlerIsClearedAfterAnErrorAnswer) {
@@ -302,12 +271,9 @@ TEST_F(CatalogCommands, MergeStatusReadsAFullStopWhateverTheSeparator) {
     EXPECT_DOUBLE_EQ(percent, 37.5);
     std::string text;
     client.RequestMergeVTableFullStatus(4, percent, text);
-    EXPECT_DOUBLE_EQ(percent, 100.0);
-    EXPECT_EQ(text, "готово");
-    EXPECT_EQ(CommandAttrs(server.Request(0)),
-              (Attrs{{"cmd", "get_mergevt_status_db"}, {"db_id", "3"}}));
-    EXPECT_EQ(CommandAttrs(server.Request(1)),
-              (Attrs{{"cmd", "get_mergevt_full_status_db"}, {"db_id", "4"}}));
+    EXPECT_EQ(Row(percent, text), "100|готово|");
+    EXPECT_EQ(SentFrom(server, 0),
+              "cmd=get_mergevt_status_db db_id=3\ncmd=get_mergevt_full_status_db db_id=4\n");
 
     // Without "percent" (or with one that is no number) the read fails.
     server.Expect().Reply(AnswerPacket({}, R"(<vtables_merge_status result="x"/>)"));

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "exchange_fixture.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/util/ini_file.hpp"
@@ -16,6 +17,7 @@ namespace ostradb {
 namespace {
 
 namespace fs = std::filesystem;
+using test::Row;
 
 class ConnectionSettingsTest : public ::testing::Test {
 protected:
@@ -70,24 +72,19 @@ TEST_F(ConnectionSettingsTest, StoreValuesAreRepairedOnLoad) {
         ShipXml(R"(<ConnectionSettings Local="0" Server="from-xml" Port="1"/>)");
         TConnectionSettings s;
         s.Load();
-        EXPECT_EQ(s.Local, c.local);
-        EXPECT_EQ(s.Server, c.server);
-        EXPECT_EQ(s.Port, c.port);
+        EXPECT_EQ(Row(s.Local, s.Server, s.Port), Row(c.local, c.server, c.port));
     }
 }
 
 TEST_F(ConnectionSettingsTest, ShippedXmlIsReadOnlyWithoutAStoreKey) {
     TConnectionSettings defaults;
     defaults.Load();  // neither store nor file
-    EXPECT_TRUE(defaults.Local);
-    EXPECT_EQ(defaults.Port, 22344);
+    EXPECT_EQ(Row(defaults.Local, defaults.Port), "1|22344|");
 
     ShipXml("<ConnectionSettings Local=\"0\" Server=\"srv\" Port=\"5000\"/>");
     TConnectionSettings fromXml;
     fromXml.Load();
-    EXPECT_FALSE(fromXml.Local);
-    EXPECT_EQ(fromXml.GetServer(), "srv");
-    EXPECT_EQ(fromXml.Port, 5000);
+    EXPECT_EQ(Row(fromXml.Local, fromXml.GetServer(), fromXml.Port), "0|srv|5000|");
 
     ShipXml("<ConnectionSettings Local=");  // broken: ignored
     TConnectionSettings broken;
@@ -101,17 +98,16 @@ TEST_F(ConnectionSettingsTest, SaveWritesTheServerInUse) {
     s.Port = 999;
     s.Save();
     const TMemIniFile ini(detail::UserSettingsFile());
-    EXPECT_EQ(ini.ReadString(s.CurRegistryBranch, "Server", ""), "localhost");
-    EXPECT_TRUE(ini.ReadBool(s.CurRegistryBranch, "Local", false));
-    EXPECT_EQ(ini.ReadInteger(s.CurRegistryBranch, "Port", 0), 999);
+    const std::string& key = s.CurRegistryBranch;
+    EXPECT_EQ(Row(ini.ReadString(key, "Server", ""), ini.ReadBool(key, "Local", false),
+                  ini.ReadInteger(key, "Port", 0)),
+              "localhost|1|999|");
 
     s.Local = false;
     s.Save();
     TConnectionSettings loaded;
     loaded.Load();
-    EXPECT_FALSE(loaded.Local);
-    EXPECT_EQ(loaded.Server, "far-away");
-    EXPECT_EQ(loaded.Port, 999);
+    EXPECT_EQ(Row(loaded.Local, loaded.Server, loaded.Port), "0|far-away|999|");
     EXPECT_FALSE(fs::exists(dir_ / "bin" / "ConnSettings.xml"));
 }
 
@@ -131,14 +127,11 @@ TEST(ConnectionSettings, IsReallyLocalAndAppliesToTheClient) {
         s.Local = c.local;
         s.Server = c.server;
         s.Port = 4321;
-        EXPECT_EQ(s.IsReallyLocal(), c.reallyLocal) << c.server;
         TOstraDbProtocol client;
         s.SetConfigToSocket(client);
-        EXPECT_EQ(client.GetHost(), c.host);
-        EXPECT_EQ(client.GetPort(), 4321);
+        EXPECT_EQ(Row(s.IsReallyLocal(), client.GetHost(), client.GetPort()),
+                  Row(c.reallyLocal, c.host, 4321));
     }
-    EXPECT_TRUE(TConnectionSettings().CurRegistryBranch.ends_with("OstraDBConnection"));
-    EXPECT_EQ(&ConnSettings(), &ConnSettings());
 }
 
 }  // namespace

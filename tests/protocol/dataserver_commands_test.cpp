@@ -7,7 +7,6 @@
 
 #include "exchange_fixture.hpp"
 #include "ostradb/protocol/dataserver_commands.hpp"
-#include "request_shape.hpp"
 
 namespace ostradb {
 namespace {
@@ -35,6 +34,10 @@ TEST_F(ExchangeTest, DataLayerCallsSendAndRead) {
     std::istringstream toSave;
     auto& c = client;
     using Req = const test::RecordedRequest&;
+    // A check that the handle holds want once the call is done.
+    auto Is = [](const TObjectHandle& handle, TObjectHandle want) {
+        return [&handle, want](Req) { EXPECT_EQ(handle, want); };
+    };
     const DsCase cases[] = {
         {[&](std::ostream& s) { return c.DatServ_Load_WS("r.ws", "l", "aim", "T", row, s); },
          R"(<command cmd="ds_load_ws" ResFName="r.ws" LoadFName="l" Selected_Aim="aim" TName="T" RowNumber="12"/>)",
@@ -57,10 +60,7 @@ TEST_F(ExchangeTest, DataLayerCallsSendAndRead) {
          R"(RetValue="0")", "", "", 0, [](Req r) { EXPECT_EQ(r.payload, "xy"); }},
         {[&](std::ostream&) { return c.DatServ_SysLFInitOpenEx("a.ws", out, 3, -4); },
          R"(<command cmd="ds_sys_lf_init_open_ex" FileName="a.ws" LROption="3" ObjOption="-4"/>)",
-         R"(RetValue="0")", R"(<LFHandle H="5" T="6" M="7"/>)", "", 0,
-         [&](Req) {
-             EXPECT_EQ(out, (TObjectHandle{5, 6, 7}));
-         }},
+         R"(RetValue="0")", R"(<LFHandle H="5" T="6" M="7"/>)", "", 0, Is(out, {5, 6, 7})},
         {[&](std::ostream&) { return c.DatServ_GetTableName(kLR, text); },
          R"(<command cmd="ds_get_table_name"><LRHandle H="-1" T="255" M="0"/></command>)",
          R"(TableName="ТАБЛ" RetValue="0")", "", "", 0, [&](Req) { EXPECT_EQ(text, "ТАБЛ"); }},
@@ -72,16 +72,10 @@ TEST_F(ExchangeTest, DataLayerCallsSendAndRead) {
          R"(RetValue="1")", "", "", 1, nullptr},
         {[&](std::ostream&) { return c.DatServ_Get_TableNew("TT", kLF, lr); },
          R"(<command cmd="ds_get_table_new" TableName="TT"><LFHandle H="7" T="1" M="2"/><LRHandle H="-1" T="255" M="0"/></command>)",
-         R"(RetValue="0")", R"(<LRHandle H="8" T="2" M="1"/>)", "", 0,
-         [&](Req) {
-             EXPECT_EQ(lr, (TObjectHandle{8, 2, 1}));
-         }},
+         R"(RetValue="0")", R"(<LRHandle H="8" T="2" M="1"/>)", "", 0, Is(lr, {8, 2, 1})},
         {[&](std::ostream&) { return c.DatServ_Get_Table("TT", kLF, lr); },
          R"(<command cmd="ds_get_table" TableName="TT"><LFHandle H="7" T="1" M="2"/></command>)",
-         R"(RetValue="0")", R"(<LRHandle H="9" T="3" M="0"/>)", "", 0,
-         [&](Req) {
-             EXPECT_EQ(lr, (TObjectHandle{9, 3, 0}));
-         }},
+         R"(RetValue="0")", R"(<LRHandle H="9" T="3" M="0"/>)", "", 0, Is(lr, {9, 3, 0})},
         {[&](std::ostream& s) { return c.DatServ_GetTDescFldsN(kDesc, "DEPTH", s); },
          R"(<command cmd="ds_get_tdesc_fld_n" FieldName="DEPTH"><TDescHandle H="300000" T="4" M="9"/></command>)",
          R"(RetValue="0")", "", "fld", 0, nullptr},
@@ -98,10 +92,7 @@ TEST_F(ExchangeTest, DataLayerCallsSendAndRead) {
              return c.DatServ_SSearchDataInit("n1", "v1", "n2", "v2", "n3", "v3", kLF, out);
          },
          R"(<command cmd="ds_ssearch_data_init" Name1="n1" Val1="v1" Name2="n2" Val2="v2" Name3="n3" Val3="v3"><TableHandle H="7" T="1" M="2"/></command>)",
-         R"(RetValue="0")", R"(<SearchDataH H="11" T="0" M="5"/>)", "", 0,
-         [&](Req) {
-             EXPECT_EQ(out, (TObjectHandle{11, 0, 5}));
-         }},
+         R"(RetValue="0")", R"(<SearchDataH H="11" T="0" M="5"/>)", "", 0, Is(out, {11, 0, 5})},
         // A code that does not fit in 16 bits keeps its low 16 bits.
         {[&](std::ostream&) { return c.DatServ_SetSTable(kLF, "WELLS"); },
          R"(<command cmd="ds_set_s_table" TablName="WELLS"><SOHandle H="7" T="1" M="2"/></command>)",
@@ -133,9 +124,7 @@ TEST_F(ExchangeTest, DataLayerCallsSendAndRead) {
          },
          R"(<command cmd="ds_y"><LRHandle H="-1" T="255" M="0"/></command>)", R"(RetValue="0")",
          R"(<LRHandle H="1" T="1" M="1"/><TDescHandle H="21" T="22" M="23"/>)", "", 0,
-         [&](Req) {
-             EXPECT_EQ(out, (TObjectHandle{21, 22, 23}));
-         }},
+         Is(out, {21, 22, 23})},
     };
     std::size_t i = 0;
     for (const DsCase& k : cases) {
@@ -180,13 +169,7 @@ TEST_F(ExchangeTest, DataLayerAnswersAreReadInOrder) {
     EXPECT_EQ(lr, (TObjectHandle{4, 2, 3}));
 
     server.Expect("ds_get_ws_name").Reply(test::ErrorPacket(12, "нет файла"));
-    try {
-        client.DatServ_GetWSName(kLR, name);
-        FAIL() << "no error";
-    } catch (const TOstraClientSocketException& e) {
-        EXPECT_EQ(e.Code, 12);
-        EXPECT_STREQ(e.what(), "нет файла");
-    }
+    test::ExpectServerError([&] { client.DatServ_GetWSName(kLR, name); }, 12, "нет файла");
     EXPECT_EQ(name, "NEW");
     server.Verify();
 }

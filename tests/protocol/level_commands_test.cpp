@@ -17,16 +17,7 @@ namespace {
 using test::AnswerPacket;
 using test::ErrorPacket;
 using test::RecordedRequest;
-
-// The command's attributes after "cmd", in order: "name=value name=value".
-std::string Attrs(const RecordedRequest& r) {
-    std::string out;
-    for (pugi::xml_attribute a : r.Command().attributes()) {
-        if (std::string_view(a.name()) == "cmd") continue;
-        out += (out.empty() ? "" : " ") + std::string(a.name()) + "=" + a.value();
-    }
-    return out;
-}
+using test::Row;
 
 // The command's child elements as one line of XML.
 std::string Body(const RecordedRequest& r) {
@@ -206,7 +197,7 @@ TEST_F(LevelCommandsTest, EachCommandSendsItsAttributesAndElementsInOrder) {
         server.Expect(c.cmd).Reply(c.answer);
         c.call();
         const RecordedRequest& r = server.Request(i++);
-        EXPECT_EQ(Attrs(r), c.attrs);
+        EXPECT_EQ(test::AttrText(r), "cmd=" + c.cmd + (c.attrs.empty() ? "" : " ") + c.attrs);
         EXPECT_EQ(Body(r), c.body);
     }
     server.Verify();
@@ -221,16 +212,16 @@ TEST_F(LevelCommandsTest, LevelFilesAreReadWithTheDatabasesStructureForALogicalS
     server.Expect().Reply(answer);
     client.RequestFiles(files, 5, {}, {}, "");
     ASSERT_EQ(files.GetCount(), 2);
-    EXPECT_EQ(files.GetItem(0).PathValues, TStringList({"F1", "W1"}));
-    EXPECT_TRUE(files.GetItem(0).PathNames.Empty());
-    EXPECT_EQ(files.GetItem(1).DbId, -1);
+    EXPECT_EQ(Row(test::Joined(files.GetItem(0).PathValues), files.GetItem(0).PathNames.Count(),
+                  files.GetItem(1).DbId),
+              "F1|W1||0|-1|");
 
     server.Expect().Reply(answer);
     client.RequestFilesForLogStruct(files, db.Info, {}, {}, "", logStruct);
     ASSERT_EQ(files.GetCount(), 2);
-    EXPECT_EQ(files.GetItem(0).PathNames.Values("%well"), "W1");
-    EXPECT_EQ(files.GetItem(0).DbId, 7);
-    EXPECT_EQ(files.GetItem(1).DbId, 7);
+    EXPECT_EQ(Row(files.GetItem(0).PathNames.Values("%well"), files.GetItem(0).DbId,
+                  files.GetItem(1).DbId),
+              "W1|7|7|");
     server.Verify();
 }
 
@@ -256,8 +247,7 @@ TEST_F(LevelCommandsTest, LevelsPopupValuesAndFiltersAreReadFromTheAnswer) {
         else
             client.ConvertPathToFilter(5, {3}, nullptr, logStruct, result);
         ASSERT_EQ(result.GetCount(), 1) << merge;
-        EXPECT_EQ(result.GetItem(0).Key, "%well");
-        EXPECT_EQ(result.GetItem(0).Values, TStringList({"12"}));
+        EXPECT_EQ(Row(result.GetItem(0).Key, test::Joined(result.GetItem(0).Values)), "%well|12||");
     }
     server.Verify();
 }
@@ -281,8 +271,7 @@ TEST_F(LevelCommandsTest, FilterStatisticsNeedBothCounts) {
             continue;
         }
         client.GetFilterStats(db, filter, stats, true);
-        EXPECT_EQ(stats.TotalFiles, 40);
-        EXPECT_EQ(stats.FilteredFiles, -12);
+        EXPECT_EQ(Row(stats.TotalFiles, stats.FilteredFiles), "40|-12|");
     }
     server.Verify();
 }
@@ -300,8 +289,7 @@ TEST_F(LevelCommandsTest, ColumnNamesSkipEmptyValuesAndOtherElements) {
         "",
         R"(<ColumnNames><Item Table="main"><ColNames><Item>DEPTH</Item></ColNames></Item></ColumnNames>)"));
     client.GetTableColumnNames(5, columns);
-    ASSERT_EQ(columns.GetCount(), 1);
-    EXPECT_TRUE(columns.Exists("main", "DEPTH"));
+    EXPECT_EQ(Row(columns.GetCount(), columns.Exists("main", "DEPTH")), "1|1|");
 
     server.Expect().Reply(
         AnswerPacket("", "<TableColumnNames><Item>A</Item><Item>B</Item></TableColumnNames>"));
@@ -336,13 +324,10 @@ TEST_F(LevelCommandsTest, SimpleCurvesAreReadFromCurveAndPlanshetChildrenOnly) {
     client.RequestSimpleCurvesList(5, {}, false, curves);
     ASSERT_EQ(curves.GetCount(), 2);
     const TSimpleCurvesListItem& gk = curves.GetItem(0);
-    EXPECT_EQ(gk.Name, "GK");
-    EXPECT_EQ(gk.Table, "main");
-    EXPECT_EQ(gk.Count, 3);
-    EXPECT_EQ(gk.Version, "v1");
-    EXPECT_EQ(gk.Planshets, TStringList({"P1", "P2"}));
-    EXPECT_EQ(curves.GetItem(1).Name, "PS");
-    EXPECT_TRUE(curves.GetItem(1).Planshets.Empty());
+    const TSimpleCurvesListItem& ps = curves.GetItem(1);
+    EXPECT_EQ(Row(gk.Name, gk.Table, gk.Count, gk.Version, test::Joined(gk.Planshets), ps.Name,
+                  ps.Planshets.Count()),
+              "GK|main|3|v1|P1|P2||PS|0|");
 
     server.Expect().Reply(
         AnswerPacket("", R"(<curves><curve name="A" count="1"/><curve name="B"/></curves>)"));
@@ -383,13 +368,7 @@ TEST_F(LevelCommandsTest, ErrorAnswersLeaveListsClearedOnlyWhereTheCommandClears
         curves.Clear();
         curves.Items.Add();
         server.Expect().Reply(ErrorPacket(12, "Нет доступа"));
-        try {
-            c.call();
-            ADD_FAILURE() << "no exception";
-        } catch (const TOstraClientSocketException& e) {
-            EXPECT_EQ(e.Code, 12);
-            EXPECT_STREQ(e.what(), "Нет доступа");
-        }
+        test::ExpectServerError(c.call, 12, "Нет доступа");
         EXPECT_EQ(c.count(), c.after);
     }
     server.Verify();
@@ -421,11 +400,9 @@ TEST_F(LevelCommandsTest, FileListCommandsGoToTheNamedServerAndComeBack) {
                 EXPECT_THROW(c.call(), TOstraClientSocketException);
             else
                 c.call();
-            const pugi::xml_node sent = other.Request(i++).Command().child("FilesList");
-            EXPECT_STREQ(sent.first_child().text().get(), "D:\\w\\a.ws");
-            EXPECT_STREQ(sent.last_child().text().get(), "b.ws");
-            EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost);
-            EXPECT_EQ(client.GetPort(), home);
+            EXPECT_EQ(test::ItemTexts(other.Request(i++).Command().child("FilesList")),
+                      (std::vector<std::string>{"D:\\w\\a.ws", "b.ws"}));
+            EXPECT_EQ(Row(client.GetHost(), client.GetPort()), Row("127.0.0.1", home));
             EXPECT_EQ(files[0], named);
         }
     }

@@ -31,8 +31,9 @@ TEST_F(ExchangeTest, LoginAsksForTheRandomValueAfterBuildingItsPacket) {
     server.Expect("generate_auth_value").Reply(AnswerPacket(R"(result="abc")"));
     server.Expect("login").Reply(AnswerPacket(R"(rights="0")"));
     EXPECT_TRUE(client.SendLoginCommand("Пётр", "secret"));
-    EXPECT_EQ(server.Request(1).Attr("user"), "Пётр");
-    EXPECT_EQ(server.Request(1).Attr("pass"), "9085edf5ba6aadafb9320b0a9c9b7c22");
+    EXPECT_EQ(test::CommandText(server.Request(0)), R"(<command cmd="generate_auth_value"/>)");
+    EXPECT_EQ(test::AttrText(server.Request(1)),
+              "cmd=login user=Пётр pass=9085edf5ba6aadafb9320b0a9c9b7c22");
     EXPECT_TRUE(client.GetUserRights().Empty());
     server.Verify();
 }
@@ -69,15 +70,12 @@ TEST_F(ExchangeTest, LoginDialogIsShownAgainAfterARefusal) {
     ScriptLogin(server, AnswerPacket(R"(rights="127")"));
     EXPECT_TRUE(client.Login("boris", "pw"));
     ASSERT_EQ(shown.size(), 2u);
-    EXPECT_EQ(shown[0].User, "boris");
-    EXPECT_EQ(shown[0].Password, "pw");
-    EXPECT_TRUE(shown[0].AllowToSelectServer);
-    EXPECT_EQ(shown[1].Attempt, 2);
-    EXPECT_EQ(shown[1].Message, "Некорректный пароль");
+    EXPECT_EQ(test::Row(shown[0].User, shown[0].Password, shown[0].AllowToSelectServer,
+                        shown[1].Attempt, shown[1].Message),
+              "boris|pw|1|2|Некорректный пароль|");
     EXPECT_EQ(server.Request(3).Attr("pass"), "435416816770986cd64413747aaea247");
-    EXPECT_EQ(client.GetLoginCounter(), 1);
-    EXPECT_EQ(client.LastUser(), "anna");
-    EXPECT_EQ(client.GetUserRights().Mask(), 0x7Fu);
+    EXPECT_EQ(test::Row(client.GetLoginCounter(), client.LastUser(), client.GetUserRights().Mask()),
+              "1|anna|127|");
     server.Verify();
 }
 
@@ -96,8 +94,7 @@ TEST_F(ExchangeTest, LoginGivesUpAfterTheLastAttempt) {
         EXPECT_EQ(e.Code, ecUserNotFound);
     }
     EXPECT_EQ(shown, TOstraDbProtocol::kMaxLoginAttempts);
-    EXPECT_EQ(client.GetLoginCounter(), 0);
-    EXPECT_EQ(client.LastUser(), "ghost");
+    EXPECT_EQ(test::Row(client.GetLoginCounter(), client.LastUser()), "0|ghost|");
     server.Verify();
 }
 
@@ -118,9 +115,8 @@ TEST_F(ExchangeTest, LoginWithoutDialogUsesTheRememberedCredentials) {
     EXPECT_TRUE(client.Login("", "secret"));
     EXPECT_EQ(server.Request(1).Attr("user"), "");
     client.Login("vera", "");  // keeps the remembered password
-    EXPECT_EQ(server.Request(3).Attr("user"), "vera");
-    const std::string secretDigest = detail::LoginDigest("secret", "R1");
-    EXPECT_EQ(server.Request(3).Attr("pass"), secretDigest);
+    EXPECT_EQ(test::AttrText(server.Request(3)),
+              "cmd=login user=vera pass=" + detail::LoginDigest("secret", "R1"));
     server.Verify();
 }
 

@@ -1,7 +1,6 @@
 // Search commands: the query text, what each search sends and reads, and the curve search's
 // database list and full file names.
 
-#include <array>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,66 +17,45 @@ namespace {
 
 using test::AnswerPacket;
 using test::ErrorPacket;
-using test::RecordedRequest;
-using Lines = std::vector<std::string>;
-using Attributes = std::vector<std::pair<std::string, std::string>>;
-
-Lines ItemTexts(pugi::xml_node node) {
-    Lines texts;
-    for (pugi::xml_node item = node.child("Item"); item; item = item.next_sibling("Item"))
-        texts.push_back(item.text().get());
-    return texts;
-}
-
-Attributes AttributesOf(pugi::xml_node node) {
-    Attributes attrs;
-    for (pugi::xml_attribute a : node.attributes())
-        attrs.emplace_back(a.name(), a.value());
-    return attrs;
-}
+using test::Joined;
+using test::Row;
 
 using SearchCommands = ExchangeTest;
 
 TEST(SearchRequest, ReadFromSimpleTextSplitsAtTheFirstEqualsSign) {
-    using Item = std::array<std::string, 3>;
-    const Item db{"databases", "=", "db"};
-    const Item t{"tables", "=", "t"};
+    const char* const kMask = " не соответствует маске *=*";
     struct Case {
         const char* text;
-        std::vector<Item> items;  // read, or left by a refusal
-        const char* error;        // the refusal
+        std::string items;  // read, or left by a refusal: type, operator and value of each
+        std::string error;  // the refusal
     } cases[] = {
         {"Запад\r\nmain\r\na=b=c\r\n\r\n=b\r\nимя=значение",
-         {{"databases", "=", "Запад"},
-          {"tables", "=", "main"},
-          {"*a", "=", "b=c"},
-          {"*", "=", "b"},
-          {"*имя", "=", "значение"}},
-         nullptr},
-        {"\r\n\r\nx=1", {{"databases", "=", ""}, {"tables", "=", ""}, {"*x", "=", "1"}}, nullptr},
-        {"db\r\nt\r\na=", {db, t}, "Строка запроса a= не соответствует маске *=*"},
-        {"db\r\nt\r\nx=1\r\nбез знака",
-         {db, t, {"*x", "=", "1"}},
-         "Строка запроса без знака не соответствует маске *=*"},
-        {"db\r\nt\r\n=", {db, t}, "Строка запроса = не соответствует маске *=*"},
-        {"db\r\nt", {}, "Число строк запроса < 3-х"},
-        {"", {}, "Число строк запроса < 3-х"},
+         "databases=Запад|tables=main|*a=b=c|*=b|*имя=значение|", ""},
+        {"\r\n\r\nx=1", "databases=|tables=|*x=1|", ""},
+        {"db\r\nt\r\na=", "databases=db|tables=t|", std::string("Строка запроса a=") + kMask},
+        {"db\r\nt\r\nx=1\r\nбез знака", "databases=db|tables=t|*x=1|",
+         std::string("Строка запроса без знака") + kMask},
+        {"db\r\nt\r\n=", "databases=db|tables=t|", std::string("Строка запроса =") + kMask},
+        {"db\r\nt", "", "Число строк запроса < 3-х"},
+        {"", "", "Число строк запроса < 3-х"},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
         TSearchRequest request;
         request.Add("stale", "<", "x");  // replaced in any case
+        std::string error;
         try {
             request.ReadFromSimpleText(c.text);
-            EXPECT_EQ(c.error, nullptr) << "no error for " << c.text;
         } catch (const Error& e) {
-            EXPECT_STREQ(e.what(), c.error);
+            error = e.what();
         }
-        std::vector<Item> read;
+        EXPECT_EQ(error, c.error);
+        std::string read;
         for (int i = 0; i < request.GetCount(); ++i) {
             const TSearchItem& item = request.GetItem(i);
-            read.push_back({item.Type, item.Oper, item.Values});
+            read += item.Type + item.Oper + item.Values + "|";
         }
-        EXPECT_EQ(read, c.items) << c.text;
+        EXPECT_EQ(read, c.items);
     }
 }
 
@@ -89,17 +67,11 @@ TEST_F(SearchCommands, SearchSendsFiltersAndAddsTheFoundFiles) {
         AnswerPacket("", R"(<file filename="a.ws"/><dir filename="x"/><file filename="б.ws"/>)"));
     TStringList files{"old"};
     client.Search(request, files);
-    EXPECT_EQ(files.Lines(), (Lines{"old", "a.ws", "б.ws"}));
+    EXPECT_EQ(Joined(files), "old|a.ws|б.ws|");
 
-    const pugi::xml_node items = server.Request(0).Command().child("items");
-    std::vector<Attributes> filters;
-    for (pugi::xml_node f = items.first_child(); f; f = f.next_sibling()) {
-        EXPECT_STREQ(f.name(), "filter");
-        filters.push_back(AttributesOf(f));
-    }
-    EXPECT_EQ(filters,
-              (std::vector<Attributes>{{{"type", "databases"}, {"oper", "="}, {"values", "Запад"}},
-                                       {{"type", "*%well"}, {"oper", "<>"}, {"values", "12"}}}));
+    EXPECT_EQ(test::CommandText(server.Request(0)),
+              R"(<command cmd="search"><items><filter type="databases" oper="=" values="Запад"/>)"
+              R"(<filter type="*%well" oper="&lt;>" values="12"/></items></command>)");
     server.Verify();
 }
 
@@ -110,20 +82,19 @@ TEST_F(SearchCommands, SearchXmlCopiesTheRequestInAndTheResultOut) {
     server.Expect("search").Reply(
         AnswerPacket("", R"(<other/><result count="2"><file filename="a.ws"/></result>)"));
     client.SearchXML(request, answer);
-    const pugi::xml_node sent = server.Request(0).Command();
-    EXPECT_STREQ(sent.child("items").child("filter").attribute("type").value(), "t");
-    EXPECT_EQ(AttributesOf(sent), (Attributes{{"cmd", "search"}}));
-    const pugi::xml_node result = answer.document_element();
-    EXPECT_STREQ(result.name(), "result");
-    EXPECT_STREQ(result.attribute("count").value(), "2");
-    EXPECT_STREQ(result.child("file").attribute("filename").value(), "a.ws");
+    EXPECT_EQ(test::CommandText(server.Request(0)),
+              R"(<command cmd="search"><items><filter type="t"/></items></command>)");
+    auto text = [&] {
+        std::ostringstream out;
+        answer.print(out, "", pugi::format_raw | pugi::format_no_declaration);
+        return out.str();
+    };
+    EXPECT_EQ(text(), R"(<result count="2"><file filename="a.ws"/></result>)");
 
     // No "result": an empty one, and nothing of the previous answer is left.
     server.Expect("search").Reply(AnswerPacket());
     client.SearchXML(request, answer);
-    EXPECT_STREQ(answer.document_element().name(), "result");
-    EXPECT_FALSE(answer.document_element().first_child());
-    EXPECT_EQ(std::distance(answer.children().begin(), answer.children().end()), 1);
+    EXPECT_EQ(text(), "<result/>");
     server.Verify();
 }
 
@@ -142,8 +113,8 @@ TEST_F(SearchCommands, LevelSearchesSendDbIdAndWordsAndReadTheirAnswers) {
     double execTime = 0;
     client.SearchLevels(database, words, files, execTime);
     ASSERT_EQ(files.GetCount(), 1);
-    EXPECT_EQ(files.GetItem(0).PathNames.Values("%well"), "12");  // read with the structure
-    EXPECT_EQ(execTime, 0.25);
+    // Read with the structure.
+    EXPECT_EQ(Row(files.GetItem(0).PathNames.Values("%well"), execTime), "12|0.25|");
 
     server.Expect("search_levels2").Reply(AnswerPacket(R"(exec_time="1.5")", R"(
             <Result HasMoreResult="true"><Items><Item>
@@ -155,27 +126,24 @@ TEST_F(SearchCommands, LevelSearchesSendDbIdAndWordsAndReadTheirAnswers) {
             </Item></Items></Result>)"));
     TSearchLevelsResult result;
     client.SearchLevels2(database, words, result);
-    EXPECT_TRUE(result.HasMoreResult);
-    EXPECT_EQ(result.ExecTime, 1.5);
     ASSERT_EQ(result.GetCount(), 1);
     const TSearchLevelsItem& well = result.GetItem(0);
-    EXPECT_EQ(well.WellLevels.Lines(), (Lines{"Северное", "12"}));
     ASSERT_EQ(well.GetNonKeyCount(), 1);
-    EXPECT_EQ(well.GetNonKeyItem(0).LevelType, "%survey");
-    EXPECT_EQ(well.GetNonKeyItem(0).SurveyValues.Lines(), Lines{"ГИС 2001"});
-    EXPECT_EQ(well.GetNonKeyItem(0).AllValues.Lines(), (Lines{"ГИС 1999", "ГИС 2001"}));
+    const auto& survey = well.GetNonKeyItem(0);
+    EXPECT_EQ(Row(result.HasMoreResult, result.ExecTime, Joined(well.WellLevels), survey.LevelType,
+                  Joined(survey.SurveyValues), Joined(survey.AllValues)),
+              "1|1.5|Северное|12||%survey|ГИС 2001||ГИС 1999|ГИС 2001||");
 
     // The same result object again: a "Result" that says nothing of more results.
     server.Expect("search_levels2").Reply(AnswerPacket(R"(exec_time="2")", "<Result/>"));
     client.SearchLevels2(database, words, result);
-    EXPECT_FALSE(result.HasMoreResult);
-    EXPECT_EQ(result.GetCount(), 0);
+    EXPECT_EQ(Row(result.HasMoreResult, result.GetCount()), "0|0|");
 
-    for (std::size_t i = 0; i < 3; ++i) {
-        const RecordedRequest& r = server.Request(i);
-        EXPECT_EQ(AttributesOf(r.Command()), (Attributes{{"cmd", r.Cmd()}, {"DbId", "12"}}));
-        EXPECT_EQ(ItemTexts(r.Command().child("WordsToSearch")), words.Lines());
-    }
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(test::CommandText(server.Request(i)),
+                  std::string(R"(<command cmd=")") + (i ? "search_levels2" : "search_levels") +
+                      R"(" DbId="12"><WordsToSearch><Item>Север</Item><Item>12</Item>)"
+                      R"(</WordsToSearch></command>)");
     server.Verify();
 }
 
@@ -197,13 +165,12 @@ TEST_F(SearchCommands, FindFilesForWellSendsBothOptionsAndReadsTheFiles) {
                 AnswerPacket("", "<ResultFiles><Item>a.ws</Item><Item>b.ws</Item></ResultFiles>"));
         TStringList files{"old"};
         client.FindFilesForWell(7, levels, files, c.opts);
-        EXPECT_EQ(files.Lines(), (Lines{"a.ws", "b.ws"}));
-        const RecordedRequest& r = server.Request(request++);
-        EXPECT_EQ(AttributesOf(r.Command()), (Attributes{{"cmd", "find_files_for_well"},
-                                                         {"db_id", "7"},
-                                                         {"InclAllWsFiles", c.inclAll},
-                                                         {"UseNonKeylevels", c.nonKey}}));
-        EXPECT_EQ(ItemTexts(r.Command().child("LevelValues")), levels.Lines());
+        EXPECT_EQ(Joined(files), "a.ws|b.ws|");
+        EXPECT_EQ(
+            test::CommandText(server.Request(request++)),
+            std::string(R"(<command cmd="find_files_for_well" db_id="7" InclAllWsFiles=")") +
+                c.inclAll + R"(" UseNonKeylevels=")" + c.nonKey +
+                R"("><LevelValues><Item>Северное</Item><Item>12</Item></LevelValues></command>)");
     }
     server.Verify();
 }
@@ -244,31 +211,21 @@ TEST_F(SearchCommands, FindCurvesAsksForTheDatabasesThenResolvesTheFoundFiles) {
     TFindCurveResult result;
     client.FindCurves(args, result);
 
+    // A file of a database the list does not have keeps its name.
     ASSERT_EQ(result.GetFilesCount(), 3);
-    EXPECT_EQ(result.GetFile(0).FileName, "WSTP://DIRECT:E:\\roots\\r7\\a.ws");
-    EXPECT_EQ(result.GetFile(1).FileName, "WSTP://DIRECT:F:\\east\\b.ws");
-    EXPECT_EQ(result.GetFile(2).FileName, "c.ws");  // a database the list does not have
     ASSERT_EQ(result.GetFile(0).Curves.Count(), 1);
     const TFindCurveResultCurve& curve = result.GetFile(0).Curves[0];
-    EXPECT_EQ(curve.SearchGroup, "Гамма");
-    EXPECT_EQ(curve.ObjDPos, 1024);
-    EXPECT_EQ(curve.TableMStart, 16);
+    EXPECT_EQ(Row(result.GetFile(0).FileName, result.GetFile(1).FileName,
+                  result.GetFile(2).FileName, curve.SearchGroup, curve.ObjDPos, curve.TableMStart),
+              "WSTP://DIRECT:E:\\roots\\r7\\a.ws|WSTP://DIRECT:F:\\east\\b.ws|c.ws|Гамма|1024|16|");
 
     // The arguments stand on the command element itself.
-    const pugi::xml_node sent = server.Request(1).Command();
-    EXPECT_EQ(AttributesOf(sent),
-              (Attributes{{"cmd", "find_curves"}, {"OnPlanshOnly", "1"}, {"AllCurves", "0"}}));
-    EXPECT_STREQ(sent.first_child().name(), "Files");
-    EXPECT_STREQ(sent.first_child().next_sibling().name(), "Groups");
-    EXPECT_EQ(ItemTexts(sent.child("Files")), (Lines{"D:\\w\\a.ws", "b.ws"}));
-    const pugi::xml_node group = sent.child("Groups").child("Item");
-    EXPECT_STREQ(group.attribute("Name").value(), "Гамма");
-    std::vector<Attributes> curves;
-    for (pugi::xml_node c = group.child("Items").child("Item"); c; c = c.next_sibling("Item"))
-        curves.push_back(AttributesOf(c));
-    EXPECT_EQ(curves,
-              (std::vector<Attributes>{{{"Table", "main"}, {"Curve", "ГК"}, {"CurvType", "1"}},
-                                       {{"Table", ""}, {"Curve", "ПС"}, {"CurvType", "3"}}}));
+    EXPECT_EQ(
+        test::CommandText(server.Request(1)),
+        R"(<command cmd="find_curves" OnPlanshOnly="1" AllCurves="0"><Files><Item>D:\w\a.ws)"
+        R"(</Item><Item>b.ws</Item></Files><Groups><Item Name="Гамма"><Items>)"
+        R"(<Item Table="main" Curve="ГК" CurvType="1"/><Item Table="" Curve="ПС" CurvType="3"/>)"
+        R"(</Items></Item></Groups></command>)");
 
     EXPECT_EQ(server.Connections(), 2);  // the search went to the host its names named
     EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost);
@@ -280,23 +237,18 @@ TEST_F(SearchCommands, FindCurvesRefusedRestoresTheHostAndNeedsTheDatabaseList) 
     TFindCurveSearchArguments args;
     args.AddFile("WSTP:///HOST:localhost//PORT:" + std::to_string(server.Port()) + "/a.ws");
     TFindCurveResult result;
-    auto expectRefused = [&](int code) {
-        try {
-            client.FindCurves(args, result);
-            ADD_FAILURE() << "no error";
-        } catch (const TOstraClientSocketException& e) {
-            EXPECT_EQ(e.Code, code);
-        }
+    auto expectRefused = [&](int code, const char* text) {
+        test::ExpectServerError([&] { client.FindCurves(args, result); }, code, text);
         EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost);
     };
 
     server.Expect("get_db_list").Reply(AnswerPacket("", "<databases/>"));
     server.Expect("find_curves").Reply(ErrorPacket(77, "Нет файла"));
-    expectRefused(77);
+    expectRefused(77, "Нет файла");
 
     // Without the list no search is sent (Verify reports any further request).
     server.Expect("get_db_list").Reply(ErrorPacket(78, "Нет доступа"));
-    expectRefused(78);
+    expectRefused(78, "Нет доступа");
     EXPECT_EQ(server.RequestCount(), 3u);
     server.Verify();
 }

@@ -35,22 +35,19 @@ TEST(CheckFileName, CutsPrefixesInOrderAndSwitchesToTheNamedServer) {
     for (const Case& c : cases) {
         TOstraDbProtocol client;
         client.SetHostPort("start", 1000);
-        EXPECT_EQ(client.CheckFileName(c.name), c.result) << c.name;
-        EXPECT_EQ(client.GetHost(), c.host) << c.name;
-        EXPECT_EQ(client.GetPort(), c.port) << c.name;
+        const std::string result = client.CheckFileName(c.name);
+        EXPECT_EQ(test::Row(result, client.GetHost(), client.GetPort()),
+                  test::Row(c.result, c.host, c.port))
+            << c.name;
     }
 }
 
 TEST(CheckFileName, ReducesEveryLineOfAList) {
     TOstraDbProtocol client;
-    TStringList names;
-    names.Add("WSTP://DIRECT:/HOST:s//PORT:12/a.ws");
-    names.Add("b.ws");
+    TStringList names{"WSTP://DIRECT:/HOST:s//PORT:12/a.ws", "b.ws"};
     client.CheckFileNames(names);
-    EXPECT_EQ(names[0], "a.ws");
-    EXPECT_EQ(names[1], "b.ws");
-    EXPECT_EQ(client.GetHost(), "s");
-    EXPECT_EQ(client.GetPort(), 12);
+    EXPECT_EQ(test::Row(test::Joined(names), client.GetHost(), client.GetPort()),
+              "a.ws|b.ws||s|12|");
 }
 
 TEST_F(ExchangeTest, SameHostAndPortKeepTheConnectionOthersReconnect) {
@@ -87,8 +84,7 @@ TEST_F(ExchangeTest, HostPortGuardRestoresTheServerOnEveryWayOut) {
         throw std::runtime_error("the command failed");
     } catch (const std::runtime_error&) {
     }
-    EXPECT_EQ(client.GetHost(), test::ScriptedServer::kHost);
-    EXPECT_EQ(client.GetPort(), server.Port());
+    EXPECT_EQ(test::Row(client.GetHost(), client.GetPort()), test::Row("127.0.0.1", server.Port()));
     server.Expect().Reply(AnswerPacket());
     Run("b");
     EXPECT_EQ(server.Connections(), 2);
@@ -125,9 +121,6 @@ TEST(OstraDbProtocol, ProcessWideClientIsCreatedOnce) {
     TOstraDbProtocol& first = OstraDbProtocol();
     EXPECT_TRUE(OstraDbProtocolInitialized());
     EXPECT_EQ(&OstraDbProtocol(), &first);
-    EXPECT_EQ(first.GetHost(), "localhost");
-    EXPECT_EQ(first.GetPort(), 22344);
-    EXPECT_EQ(first.GetConnectTimeout(), 60000);
     EXPECT_FALSE(first.Connected());
 }
 

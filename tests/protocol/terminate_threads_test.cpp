@@ -1,8 +1,7 @@
 // Terminate from another thread while a request is blocked. These tests run under
 // ThreadSanitizer (label "threads").
 
-#include <atomic>
-#include <exception>
+#include <future>
 #include <thread>
 
 #include "exchange_fixture.hpp"
@@ -14,37 +13,20 @@ namespace {
 using namespace std::chrono_literals;
 using test::AnswerPacket;
 
-// Runs a request on its own thread and returns what it raised.
-class RequestThread {
-public:
-    RequestThread(TOstraDbProtocol& client, std::istream* send)
-        : thread_([this, &client, send] {
-              try {
-                  detail::Request(client, "put_file").Exchange(send);
-              } catch (...) {
-                  error_ = std::current_exception();
-              }
-              done_ = true;
-          }) {}
-    ~RequestThread() {
-        if (thread_.joinable()) thread_.join();
-    }
-    bool Done() const { return done_; }
-    std::exception_ptr Join() {
-        thread_.join();
-        return error_;
-    }
+// Runs a request on its own thread.
+std::future<void> StartRequest(TOstraDbProtocol& client, std::istream* send) {
+    return std::async(std::launch::async,
+                      [&client, send] { detail::Request(client, "put_file").Exchange(send); });
+}
 
-private:
-    std::exception_ptr error_;
-    std::atomic<bool> done_{false};
-    std::thread thread_;
-};
+bool Done(const std::future<void>& request) {
+    return request.wait_for(0s) == std::future_status::ready;
+}
 
-void ExpectTerminated(std::exception_ptr error) {
-    ASSERT_TRUE(error) << "the request was not aborted";
+void ExpectTerminated(std::future<void>& request) {
     try {
-        std::rethrow_exception(error);
+        request.get();
+        ADD_FAILURE() << "the request was not aborted";
     } catch (const TTerminatedExeption& e) {
         EXPECT_EQ(e.Code, ecTerminated);
         EXPECT_STREQ(e.what(), "Connection was terminated");
@@ -56,12 +38,12 @@ void ExpectTerminated(std::exception_ptr error) {
 TEST_F(ExchangeTest, TerminateAbortsARequestBlockedInRead) {
     server.Expect("put_file").StallUntilClosed();
     server.Expect("get_x").Reply(AnswerPacket(R"(after="yes")"));
-    RequestThread request(client, nullptr);
+    std::future<void> request = StartRequest(client, nullptr);
     server.Request(0);  // the request is out; the client waits for the answer
     std::this_thread::sleep_for(50ms);
-    EXPECT_FALSE(request.Done());
+    EXPECT_FALSE(Done(request));
     client.Terminate();
-    ExpectTerminated(request.Join());
+    ExpectTerminated(request);
     EXPECT_FALSE(client.GetBusy());
     EXPECT_TRUE(client.GetTerminated());
     // The session carries on over a new connection.
@@ -77,7 +59,7 @@ TEST_F(ExchangeTest, TerminateAbortsARequestBlockedInWrite) {
     server.ExpectHeadOnly("put_file").StallUntilClosed();
     GeneratedBuf big(std::int64_t{256} << 20);
     std::istream data(&big);
-    RequestThread request(client, &data);
+    std::future<void> request = StartRequest(client, &data);
     server.Request(0);
     std::int64_t last = -1;
     while (big.Position() != last) {
@@ -85,9 +67,9 @@ TEST_F(ExchangeTest, TerminateAbortsARequestBlockedInWrite) {
         std::this_thread::sleep_for(100ms);
     }
     EXPECT_LT(last, std::int64_t{256} << 20);
-    EXPECT_FALSE(request.Done());
+    EXPECT_FALSE(Done(request));
     client.Terminate();
-    ExpectTerminated(request.Join());
+    ExpectTerminated(request);
     EXPECT_FALSE(client.GetBusy());
     server.Verify();
 }

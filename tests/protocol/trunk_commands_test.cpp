@@ -8,7 +8,6 @@
 #include "ostradb/model/filters.hpp"
 #include "ostradb/model/trunks.hpp"
 #include "ostradb/protocol/trunk_commands.hpp"
-#include "request_shape.hpp"
 
 namespace ostradb {
 namespace {
@@ -104,8 +103,7 @@ TEST_F(ExchangeTest, TrunkAndMapCommandsSendAndRead) {
          R"(<Trunks><Item TId="t1" DbId="5" Well="12"/></Trunks>)",
          [&] {
              ASSERT_EQ(trunks.GetCount(), 1);
-             EXPECT_EQ(trunks.GetItem(0).DbId, 5);
-             EXPECT_EQ(trunks.GetItem(0).Well, "12");
+             EXPECT_EQ(test::Row(trunks.GetItem(0).DbId, trunks.GetItem(0).Well), "5|12|");
          }},
         {[&] { client.SetTrunkObjects(toSave); },
          R"(<command cmd="set_trunk_data"><Trunks><Item TId="t9" DbId="0" FileName="")", "", [] {}},
@@ -116,9 +114,8 @@ TEST_F(ExchangeTest, TrunkAndMapCommandsSendAndRead) {
          R"(<Item>b.ws</Item></FilesNames></Item></FilesList></Result>)",
          [&] {
              ASSERT_EQ(files.Count(), 1);
-             EXPECT_EQ(files.Item(0).TrunkId, "t1");
-             EXPECT_EQ(files.Item(0).FilesNames.Lines(),
-                       (std::vector<std::string>{"a.ws", "b.ws"}));
+             EXPECT_EQ(files.Item(0).TrunkId + ":" + test::Joined(files.Item(0).FilesNames),
+                       "t1:a.ws|b.ws|");
          }},
         {[&] { client.GetMapTrunks(8, &filter, extra, map); },
          R"(<command cmd="get_map_trunks" db_id="8">)" + F +
@@ -129,13 +126,10 @@ TEST_F(ExchangeTest, TrunkAndMapCommandsSendAndRead) {
          [&] {
              ASSERT_EQ(map.Count(), 1);
              const TMapTrunk& t = map.Item(0);
-             EXPECT_EQ(t.TID, "t1");
-             ASSERT_EQ(t.Attributes.Count(), 1);
-             EXPECT_EQ(t.Attributes.Item(0).GetInteger(), 1500);
-             ASSERT_EQ(t.PlastsCross.Count(), 1);
-             EXPECT_EQ(t.PlastsCross.Item(0).X, 1.5f);
-             EXPECT_EQ(t.PlastsCross.Item(0).Z, -3.0f);
-             EXPECT_EQ(map.StratIdents.Lines(), std::vector<std::string>{"S1"});
+             ASSERT_EQ(t.Attributes.Count() + t.PlastsCross.Count(), 2);
+             EXPECT_EQ(test::Row(t.TID, t.Attributes.Item(0).GetInteger(), t.PlastsCross.Item(0).X,
+                                 t.PlastsCross.Item(0).Z, test::Joined(map.StratIdents)),
+                       "t1|1500|1.5|-3|S1||");
          }},
         {[&] { client.WriteTrunksAndPlastsData(9, "S1", toWrite, true, false); },
          R"(<command cmd="set_map_data" db_id="9" strat_ident="S1" clear_attrs="true")"
@@ -157,8 +151,7 @@ TEST_F(ExchangeTest, TrunkAndMapCommandsSendAndRead) {
          R"(</PlastsCross></Result>)",
          [&] {
              ASSERT_EQ(crosses.Count(), 1);
-             EXPECT_EQ(crosses.Item(0).TID, "t2");
-             EXPECT_EQ(crosses.Item(0).Y, 2.0f);
+             EXPECT_EQ(test::Row(crosses.Item(0).TID, crosses.Item(0).Y), "t2|2|");
          }},
     };
     std::size_t i = 0;
@@ -188,21 +181,14 @@ TEST_F(ExchangeTest, TrunksForFilesStripsTheCallersNamesAndRestoresTheServer) {
     EXPECT_EQ(test::CommandText(server.Request(0)),
               R"(<command cmd="get_trunks_for_files"><FileNames><Item>D:\a.ws</Item>)"
               R"(<Item>D:\b.ws</Item></FileNames></command>)");
-    EXPECT_EQ(trunks.GetCount(), 1);
-    EXPECT_EQ(client.GetHost(), "elsewhere.invalid");
-    EXPECT_EQ(client.GetPort(), 1);
+    EXPECT_EQ(test::Row(trunks.GetCount(), client.GetHost(), client.GetPort()),
+              "1|elsewhere.invalid|1|");
 
     names = TStringList{address + "D:\\c.ws"};
-    try {
-        client.GetTrunkObjectsForFiles(names, trunks);
-        FAIL() << "no error";
-    } catch (const TOstraClientSocketException& e) {
-        EXPECT_EQ(e.Code, 3);
-        EXPECT_STREQ(e.what(), "нет данных");
-    }
-    EXPECT_EQ(trunks.GetCount(), 1);
-    EXPECT_EQ(client.GetHost(), "elsewhere.invalid");
-    EXPECT_EQ(client.GetPort(), 1);
+    test::ExpectServerError([&] { client.GetTrunkObjectsForFiles(names, trunks); }, 3,
+                            "нет данных");
+    EXPECT_EQ(test::Row(trunks.GetCount(), client.GetHost(), client.GetPort()),
+              "1|elsewhere.invalid|1|");
     server.Verify();
 }
 

@@ -120,11 +120,7 @@ ScriptedServer& ScriptedServer::Drop() {
 ScriptedServer& ScriptedServer::StallUntilClosed() {
     return Add("StallUntilClosed", [this] {
         EnsureConnection();
-        pollfd p{clientFd_, POLLRDHUP, 0};
-        for (;;) {
-            if (Stopping()) throw Stopped{};
-            if (::poll(&p, 1, kSliceMs) > 0 && (p.revents & (POLLRDHUP | POLLHUP | POLLERR))) break;
-        }
+        WaitFor(clientFd_, POLLRDHUP);
         CloseConnection();
     });
 }
@@ -217,13 +213,18 @@ void ScriptedServer::Loop() {
     }
 }
 
-void ScriptedServer::EnsureConnection() {
-    if (clientFd_ >= 0) return;
-    pollfd p{listenFd_, POLLIN, 0};
+void ScriptedServer::WaitFor(int fd, short events) {
+    pollfd p{fd, events, 0};
     for (;;) {
         if (Stopping()) throw Stopped{};
-        if (::poll(&p, 1, kSliceMs) > 0) break;
+        if (::poll(&p, 1, kSliceMs) > 0 && (p.revents & (events | POLLHUP | POLLERR | POLLNVAL)))
+            return;
     }
+}
+
+void ScriptedServer::EnsureConnection() {
+    if (clientFd_ >= 0) return;
+    WaitFor(listenFd_, POLLIN);
     clientFd_ = ::accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
     if (clientFd_ < 0) throw std::runtime_error("accept: " + std::string(std::strerror(errno)));
     const int one = 1;
@@ -243,21 +244,13 @@ void ScriptedServer::CloseConnection() {
 
 bool ScriptedServer::Readable() {
     // Waits for data or the end of the connection; false at the end (nothing to read).
-    pollfd p{clientFd_, POLLIN, 0};
-    for (;;) {
-        if (Stopping()) throw Stopped{};
-        if (::poll(&p, 1, kSliceMs) > 0) break;
-    }
+    WaitFor(clientFd_, POLLIN);
     char byte;
     return ::recv(clientFd_, &byte, 1, MSG_PEEK) > 0;
 }
 
 void ScriptedServer::ReadMore() {
-    pollfd p{clientFd_, POLLIN, 0};
-    for (;;) {
-        if (Stopping()) throw Stopped{};
-        if (::poll(&p, 1, kSliceMs) > 0) break;
-    }
+    WaitFor(clientFd_, POLLIN);
     char* room = reader_.Prepare(64 * 1024);
     const ssize_t n = ::recv(clientFd_, room, 64 * 1024, 0);
     reader_.Commit(n > 0 ? static_cast<std::size_t>(n) : 0);
@@ -329,21 +322,8 @@ std::string WirePacket(std::string_view xml) {
 namespace {
 std::string Escaped(std::string_view text) {
     std::string out;
-    for (char c : text) {
-        switch (c) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            default:
-                out += c;
-        }
-    }
+    for (char c : text)
+        out += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '"' ? "&quot;" : std::string(1, c);
     return out;
 }
 

@@ -114,6 +114,8 @@ private:
     void ReportErrors();
 
     // Server-thread helpers; they throw when the server is stopped or the peer misbehaves.
+    // Waits until fd reports events (or hang-up or error).
+    void WaitFor(int fd, short events);
     void EnsureConnection();
     void CloseConnection();
     void ReadRequest(const std::string& cmd, bool readPayload);
