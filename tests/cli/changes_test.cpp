@@ -85,11 +85,20 @@ TEST_F(ChangesTest, PutAndGetMoveTheExactBytes) {
               (json{{"file", survey + "piped.ws"}, {"output", named.string()}, {"bytes", 777}}));
     EXPECT_EQ(ReadFile(named), small);
 
-    // A missing file leaves nothing behind, not even an empty output.
+    // A missing file, or a connection lost in the middle, leaves nothing behind: no empty
+    // output and no temporary, and a file that was there keeps its bytes.
     const CliResult missing =
         Run({"get", survey + "nothere.ws", "-o", (downloads / "x.ws").string()});
     EXPECT_EQ(missing.status, 1);
+    sandbox::FaultSwitches faults;
+    faults.command = "get_file_contents";
+    faults.dropAfterPayloadBytes = 100000;
+    server->SetFaults(faults);
+    const CliResult dropped = Run({"get", survey + "new.ws", "-o", named.string()});
+    EXPECT_EQ(dropped.status, 1);
+    EXPECT_EQ(Lines(dropped.err).size(), 1u) << dropped.err;
     EXPECT_EQ(ListDir(downloads), (std::vector<std::string>{"named.ws", "new.ws"}));
+    EXPECT_EQ(ReadFile(named), small);
 }
 
 TEST_F(ChangesTest, ExistsMoveAndDelete) {

@@ -188,6 +188,11 @@ void PtyChild::Signal(int signal) {
     ::kill(pid_, signal);
 }
 
+bool PtyChild::Echo() const {
+    termios settings{};
+    return ::tcgetattr(master_, &settings) == 0 && (settings.c_lflag & ECHO) != 0;
+}
+
 int PtyChild::Wait(std::chrono::milliseconds timeout) {
     const auto deadline = Clock::now() + timeout;
     while (Clock::now() < deadline && ReadSome(std::chrono::milliseconds(MillisLeft(deadline)))) {

@@ -52,6 +52,8 @@ public:
     void Signal(int signal);
     // Reads what is left and waits for the end; the exit status as CliResult::status.
     int Wait(std::chrono::milliseconds timeout = 10s);
+    // Whether the terminal echoes what is typed now.
+    bool Echo() const;
     // Everything the terminal showed so far.
     const std::string& Output() const { return output_; }
 

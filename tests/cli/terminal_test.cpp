@@ -31,6 +31,7 @@ TEST_F(TerminalTest, PasswordIsAskedWithoutEchoAndAgainWhenWrong) {
     const std::string prompt = "Password for admin@127.0.0.1: ";
     std::size_t at = child.WaitFor(prompt);
     ASSERT_NE(at, std::string::npos);
+    EXPECT_FALSE(child.Echo());
     child.Type("Tr0ub4dor\n");
     // Only the line break comes back, not what was typed.
     at = child.WaitFor("\n", at);
@@ -45,6 +46,15 @@ TEST_F(TerminalTest, PasswordIsAskedWithoutEchoAndAgainWhenWrong) {
     EXPECT_EQ(child.Wait(), 0) << child.Output();
     EXPECT_EQ(child.Output().find("Tr0ub4dor"), std::string::npos) << child.Output();
     EXPECT_EQ(child.Output().find("admin\r\n"), std::string::npos) << child.Output();
+
+    EXPECT_TRUE(child.Echo());
+
+    // Ctrl-C at the prompt: the echo comes back and the run ends as interrupted.
+    PtyChild interrupted({"version"}, Env("admin", std::nullopt));
+    ASSERT_NE(interrupted.WaitFor(prompt), std::string::npos);
+    interrupted.Signal(SIGINT);
+    EXPECT_EQ(interrupted.Wait(), 130);
+    EXPECT_TRUE(interrupted.Echo());
 
     // End of input at the prompt: no password, no login.
     PtyChild gaveUp({"version"}, Env("admin", std::nullopt));
