@@ -36,7 +36,6 @@ std::optional<std::string> ReadLineFromStdin() {
 }  // namespace
 
 std::optional<std::string> ReadHiddenLine(std::string_view prompt) {
-    std::cerr << prompt << std::flush;
     termios saved{};
     const bool terminal = ::tcgetattr(STDIN_FILENO, &saved) == 0;
     if (terminal) {
@@ -48,6 +47,9 @@ std::optional<std::string> ReadHiddenLine(std::string_view prompt) {
         // puts the echo back first.
         Interrupts().SetTerminalToRestore(saved);
     }
+    // The prompt only once echo is off: what is typed as soon as it shows is neither echoed
+    // nor dropped by the flush above.
+    std::cerr << prompt << std::flush;
     std::optional<std::string> line = ReadLineFromStdin();
     if (terminal) {
         ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);

@@ -1,0 +1,209 @@
+// The commands that change what the server holds, checked on the sandbox's data directory:
+// uploads and downloads byte for byte, moves and deletions, options and users.
+
+#include <pugixml.hpp>
+
+#include "cli/cli_support.hpp"
+
+namespace ostradb::test {
+namespace {
+
+using nlohmann::json;
+
+// Every byte value first, then a pseudo-random tail: no text, no line structure.
+std::string BinaryBytes(std::size_t size) {
+    std::string bytes(size, '\0');
+    std::uint32_t x = 2463534242u;
+    for (std::size_t i = 0; i < size; ++i) {
+        x ^= x << 13;
+        x ^= x >> 17;
+        x ^= x << 5;
+        bytes[i] = static_cast<char>(i < 256 ? i : x & 0xFF);
+    }
+    return bytes;
+}
+
+class ChangesTest : public CliTest {
+protected:
+    std::string Option(const std::string& name) const {
+        pugi::xml_document doc;
+        doc.load_file((dataDir / "options.xml").c_str());
+        return doc.select_node(("/Options/Item[@Name='" + name + "']/@Value").c_str())
+            .attribute()
+            .value();
+    }
+    // The members of a group as users.xml stores them.
+    std::vector<std::string> Members(const std::string& group) const {
+        pugi::xml_document doc;
+        doc.load_file((dataDir / "users.xml").c_str());
+        std::vector<std::string> users;
+        for (auto user :
+             doc.select_nodes(("//Groups/Item[@Name='" + group + "']/Users/Item").c_str()))
+            users.emplace_back(user.node().text().get());
+        return users;
+    }
+
+    const std::string survey = NorthSea("Eastfield/N1/Logging 2016/");
+};
+
+TEST_F(ChangesTest, PutAndGetMoveTheExactBytes) {
+    const std::string bytes = BinaryBytes(300000);
+    const fs::path local = dir / "local.bin";
+    WriteFile(local, bytes);
+
+    // From a file and from standard input; the server's file has exactly those bytes.
+    const CliResult fromFile = Run({"put", survey + "new.ws", local.string()});
+    ASSERT_EQ(fromFile.status, 0) << fromFile.err;
+    EXPECT_EQ(fromFile.out, "300000 bytes written to " + survey + "new.ws\n");
+    EXPECT_EQ(fromFile.err, "");
+    EXPECT_EQ(ReadFile(survey + "new.ws"), bytes);
+    const std::string small = bytes.substr(1000, 777);
+    const CliResult fromStdin = Run({"put", survey + "piped.ws", "--json"}, small);
+    ASSERT_EQ(fromStdin.status, 0) << fromStdin.err;
+    EXPECT_EQ(json::parse(fromStdin.out), (json{{"file", survey + "piped.ws"}, {"bytes", 777}}));
+    EXPECT_EQ(ReadFile(survey + "piped.ws"), small);
+
+    // To a pipe: the bytes and nothing else.
+    const CliResult piped = Run({"get", survey + "new.ws"});
+    ASSERT_EQ(piped.status, 0) << piped.err;
+    EXPECT_TRUE(piped.out == bytes) << "got " << piped.out.size() << " bytes";
+    EXPECT_EQ(piped.err, "");
+
+    // To a directory: the file under its own name, and no temporary left beside it.
+    const fs::path downloads = dir / "downloads";
+    fs::create_directories(downloads);
+    const CliResult saved = Run({"get", survey + "new.ws", "-o", downloads.string()});
+    ASSERT_EQ(saved.status, 0) << saved.err;
+    EXPECT_EQ(saved.out, "300000 bytes written to " + (downloads / "new.ws").string() + "\n");
+    EXPECT_EQ(ListDir(downloads), std::vector<std::string>{"new.ws"});
+    EXPECT_TRUE(ReadFile(downloads / "new.ws") == bytes);
+    // To a named file, replacing what was there.
+    const fs::path named = downloads / "named.ws";
+    WriteFile(named, "old contents, longer than the new ones ....................................");
+    const json doc = Json({"get", survey + "piped.ws", "-o", named.string()});
+    EXPECT_EQ(doc,
+              (json{{"file", survey + "piped.ws"}, {"output", named.string()}, {"bytes", 777}}));
+    EXPECT_EQ(ReadFile(named), small);
+
+    // A missing file, or a connection lost in the middle, leaves nothing behind: no empty
+    // output and no temporary, and a file that was there keeps its bytes.
+    const CliResult missing =
+        Run({"get", survey + "nothere.ws", "-o", (downloads / "x.ws").string()});
+    EXPECT_EQ(missing.status, 1);
+    sandbox::FaultSwitches faults;
+    faults.command = "get_file_contents";
+    faults.dropAfterPayloadBytes = 100000;
+    server->SetFaults(faults);
+    const CliResult dropped = Run({"get", survey + "new.ws", "-o", named.string()});
+    EXPECT_EQ(dropped.status, 1);
+    EXPECT_EQ(Lines(dropped.err).size(), 1u) << dropped.err;
+    EXPECT_EQ(ListDir(downloads), (std::vector<std::string>{"named.ws", "new.ws"}));
+    EXPECT_EQ(ReadFile(named), small);
+}
+
+TEST_F(ChangesTest, ExistsMoveAndDelete) {
+    const std::string a = survey + "N1_log_2016.ws";
+    const std::string b = survey + "renamed.ws";
+    const std::string original = ReadFile(a);
+    EXPECT_EQ(Run({"exists", a}).out, "yes\n");
+    EXPECT_EQ(Json({"exists", b}), (json{{"file", b}, {"exists", false}}));
+
+    const CliResult moved = Run({"mv", a, b});
+    ASSERT_EQ(moved.status, 0) << moved.err;
+    EXPECT_EQ(moved.out, "moved \"" + a + "\" to \"" + b + "\"\n");
+    EXPECT_FALSE(fs::exists(a));
+    EXPECT_EQ(ReadFile(b), original);
+    EXPECT_EQ(Run({"exists", a}).out, "no\n");
+    EXPECT_EQ(Run({"mv", a, b}).status, 1);
+
+    // Several files: each has its result; one that fails makes the status 1, the others go.
+    const std::string c = survey + "N1_log_2016_rep.ws";
+    const CliResult removed = Run({"rm", b, survey + "nothere.ws", c, "--json"});
+    EXPECT_EQ(removed.status, 1);
+    EXPECT_EQ(removed.err, "ostradb: deleting files: some files were not deleted\n");
+    const json results = json::parse(removed.out).at("results");
+    ASSERT_EQ(results.size(), 3u);
+    EXPECT_EQ(results[0], (json{{"file", b}, {"ok", true}, {"code", 0}, {"message", "deleted"}}));
+    EXPECT_EQ(results[1].at("ok"), false);
+    EXPECT_EQ(results[1].at("code"), 5);
+    EXPECT_EQ(results[2].at("ok"), true);
+    EXPECT_FALSE(fs::exists(b));
+    EXPECT_FALSE(fs::exists(c));
+
+    const std::string d = survey + "N1_log_2016_ext.ws";
+    const CliResult one = Run({"rm", d});
+    EXPECT_EQ(one.status, 0) << one.err;
+    EXPECT_EQ(Lines(one.out).at(1), d + "  deleted");
+    EXPECT_FALSE(fs::exists(d));
+}
+
+TEST_F(ChangesTest, OptionIsSetOnTheServer) {
+    ASSERT_EQ(Option("LogLevel"), "1");
+    const CliResult set = Run({"option", "LogLevel", "3"});
+    ASSERT_EQ(set.status, 0) << set.err;
+    EXPECT_EQ(set.out, "3\n");
+    EXPECT_EQ(Option("LogLevel"), "3");
+    EXPECT_EQ(Json({"option", "LogLevel"}), (json{{"name", "LogLevel"}, {"value", "3"}}));
+
+    // A viewer may read it, not change it.
+    EXPECT_EQ(RunAs("viewer", {"option", "LogLevel"}).out, "3\n");
+    EXPECT_EQ(RunAs("viewer", {"option", "LogLevel", "5"}).status, 1);
+    EXPECT_EQ(Option("LogLevel"), "3");
+}
+
+TEST_F(ChangesTest, UsersAreAddedAndRegroupedOnTheServer) {
+    const json before = Json({"users"});
+    ASSERT_EQ(before.at("users").size(), 2u);
+    EXPECT_EQ(before["users"][0].at("rights_mask"), 127);
+    EXPECT_EQ(before["users"][1], (json{{"login", "viewer"},
+                                        {"name", "Наблюдатель"},
+                                        {"groups", {"Наблюдатели"}},
+                                        {"rights", {"view"}},
+                                        {"rights_mask", 1}}));
+
+    Environment env = Env();
+    env["OSTRADB_NEW_PASSWORD"] = "s3cret";
+    const CliResult added =
+        RunCli({"users", "add", "anna", "--name", "Анна", "--group", "Наблюдатели"}, env);
+    ASSERT_EQ(added.status, 0) << added.err;
+    EXPECT_EQ(added.out, "added user anna (groups: Наблюдатели)\n");
+    EXPECT_EQ(Members("Наблюдатели"), (std::vector<std::string>{"viewer", "anna"}));
+    // The new user logs in with the new password, with the group's rights only.
+    const Environment anna = Env("anna", "s3cret");
+    EXPECT_EQ(RunCli({"version"}, anna).status, 0);
+    EXPECT_EQ(RunCli({"option", "LogLevel", "4"}, anna).status, 1);
+
+    const CliResult moved = Run({"users", "set-groups", "anna", "Администраторы"});
+    ASSERT_EQ(moved.status, 0) << moved.err;
+    EXPECT_EQ(Members("Администраторы"), (std::vector<std::string>{"admin", "anna"}));
+    EXPECT_EQ(Members("Наблюдатели"), std::vector<std::string>{"viewer"});
+    EXPECT_EQ(RunCli({"option", "LogLevel", "4"}, anna).status, 0);
+
+    // Refusals change nothing on the server.
+    const std::string stored = ReadFile(dataDir / "users.xml");
+    const struct {
+        std::vector<std::string> args;
+        int status;
+        std::string message;
+    } refused[] = {{{"users", "add", "anna"}, 1, "exists already"},
+                   {{"users", "add", "bob", "--group", "Nobody"}, 2, "no group \"Nobody\""},
+                   {{"users", "set-groups", "nobody", "Наблюдатели"}, 1, "no user \"nobody\""}};
+    for (const auto& r : refused) {
+        const CliResult result = RunCli(r.args, env);
+        EXPECT_EQ(result.status, r.status) << r.message;
+        EXPECT_NE(result.err.find(r.message), std::string::npos) << result.err;
+    }
+    EXPECT_EQ(ReadFile(dataDir / "users.xml"), stored);
+    // Nobody left to administer users: refused before anything is saved.
+    EXPECT_EQ(Run({"users", "set-groups", "anna"}).status, 0);
+    const std::string lastAdmin = ReadFile(dataDir / "users.xml");
+    const CliResult orphan = Run({"users", "set-groups", "admin", "Наблюдатели"});
+    EXPECT_EQ(orphan.status, 1);
+    EXPECT_EQ(ReadFile(dataDir / "users.xml"), lastAdmin);
+    EXPECT_EQ(Json({"users", "check"}), (json{{"consistent", true}}));
+    // Without a password for the new user and without a terminal: a usage error.
+    EXPECT_EQ(Run({"users", "add", "carl"}).status, 2);
+}
+
+}  // namespace
+}  // namespace ostradb::test
