@@ -47,6 +47,14 @@ CLI::App* Selected(CLI::App& app) {
     }
 }
 
+// The help of a subcommand with the whole command line in its usage ("ostradb users add").
+std::string HelpOf(const CLI::App& command) {
+    std::string parents;
+    for (const CLI::App* p = command.get_parent(); p; p = p->get_parent())
+        parents = parents.empty() ? p->get_name() : p->get_name() + " " + parents;
+    return command.help(parents);
+}
+
 int Run(int argc, char** argv) {
     Context ctx;
     CLI::App app("Command-line client of the well-logging database server.", "ostradb");
@@ -77,14 +85,14 @@ int Run(int argc, char** argv) {
         // An unknown word where a subcommand belongs is left over, not a missing subcommand.
         if (where == &app && !app.remaining().empty())
             message = "unknown subcommand \"" + app.remaining().front() + "\"";
-        std::cerr << "ostradb: " << message << "\n\n" << where->help();
+        std::cerr << "ostradb: " << message << "\n\n" << HelpOf(*where);
         return kExitUsage;
     }
 
     CLI::App* command = Selected(app);
     const std::function<void()>* action = ctx.ActionFor(command);
     if (!action) {
-        std::cerr << command->help();
+        std::cerr << HelpOf(*command);
         return kExitUsage;
     }
     try {
