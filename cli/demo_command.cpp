@@ -4,11 +4,13 @@
 #include <unistd.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <string_view>
 #include <vector>
 
 #include "commands.hpp"
@@ -113,6 +115,23 @@ std::string SandboxProgram() {
     return "ostradb-sandbox";
 }
 
+// How to call this client from the current directory: its name when its folder is on PATH.
+std::string ClientProgram() {
+    std::error_code ec;
+    const fs::path self = fs::read_symlink("/proc/self/exe", ec);
+    if (ec) return "ostradb";
+    const char* path = std::getenv("PATH");
+    std::string_view dirs = path ? path : "";
+    while (!dirs.empty()) {
+        const std::size_t end = std::min(dirs.find(':'), dirs.size());
+        if (fs::equivalent(fs::path(dirs.substr(0, end)), self.parent_path(), ec)) return "ostradb";
+        dirs.remove_prefix(std::min(end + 1, dirs.size()));
+    }
+    const fs::path shown = fs::relative(self, fs::current_path(), ec);
+    if (ec || shown.empty()) return self.string();
+    return shown.has_parent_path() ? shown.string() : "./" + shown.string();
+}
+
 void RunDemo(Context& ctx) {
     const fs::path sample = sandbox::SandboxServer::FindSampleData();
     if (sample.empty())
@@ -205,8 +224,12 @@ void RunDemo(Context& ctx) {
              " --data /tmp/sandbox-data --port 22344 &\n"
              "  export OSTRADB_HOST=127.0.0.1 OSTRADB_PORT=22344 OSTRADB_USER=admin "
              "OSTRADB_PASSWORD=admin\n"
-             "  ostradb databases\n"
-             "  ostradb --help\n\n"
+             "  " +
+             ClientProgram() +
+             " databases\n"
+             "  " +
+             ClientProgram() +
+             " --help\n\n"
              "Without OSTRADB_PASSWORD the client asks for the password on the terminal.");
 }
 
