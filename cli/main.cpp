@@ -47,12 +47,13 @@ CLI::App* Selected(CLI::App& app) {
     }
 }
 
-// The help of a subcommand with the whole command line in its usage ("ostradb users add").
+// The help of a command with the whole command line in its usage ("ostradb users add"). The
+// formatter is called directly: App::help would show the selected subcommand's help instead.
 std::string HelpOf(const CLI::App& command) {
-    std::string parents;
+    std::string line = command.get_name();
     for (const CLI::App* p = command.get_parent(); p; p = p->get_parent())
-        parents = parents.empty() ? p->get_name() : p->get_name() + " " + parents;
-    return command.help(parents);
+        line = p->get_name() + " " + line;
+    return command.get_formatter()->make_help(&command, line, CLI::AppFormatMode::Normal);
 }
 
 int Run(int argc, char** argv) {
@@ -82,6 +83,11 @@ int Run(int argc, char** argv) {
     } catch (const CLI::ParseError& e) {
         CLI::App* where = Selected(app);
         std::string message = e.what();
+        // A wrong value of a connection or output option is the program's usage, not the
+        // subcommand's.
+        const std::size_t colon = message.find(':');
+        if (colon != std::string::npos && app.get_option_no_throw(message.substr(0, colon)))
+            where = &app;
         // An unknown word where a subcommand belongs is left over, not a missing subcommand.
         if (where == &app && !app.remaining().empty())
             message = "unknown subcommand \"" + app.remaining().front() + "\"";

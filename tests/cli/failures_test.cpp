@@ -35,13 +35,15 @@ TEST_F(FailuresTest, UsageErrorsExitTwoAndShowTheUsage) {
          "unknown subcommand \"frobnicate\"",
          "Usage: ostradb [OPTIONS] SUBCOMMAND"},
         {{}, "A subcommand is required", "Usage: ostradb [OPTIONS] SUBCOMMAND"},
-        {{"structure"}, "DB is required", "structure [OPTIONS] DB"},
-        {{"get"}, "FILE is required", "get [OPTIONS] FILE"},
-        {{"mv", "a"}, "DST is required", "mv [OPTIONS] SRC DST"},
-        {{"stat", "2"}, "--group is required", "stat [OPTIONS] DB [PATH...]"},
-        {{"--port", "0", "version"}, "--port: Value 0 not in range", "version [OPTIONS]"},
-        {{"version", "--bogus"}, "--bogus", "version [OPTIONS]"},
-        {{"users", "add"}, "LOGIN is required", "add [OPTIONS] LOGIN"},
+        {{"structure"}, "DB is required", "Usage: ostradb structure [OPTIONS] DB"},
+        {{"get"}, "FILE is required", "Usage: ostradb get [OPTIONS] FILE"},
+        {{"mv", "a"}, "DST is required", "Usage: ostradb mv [OPTIONS] SRC DST"},
+        {{"stat", "2"}, "--group is required", "Usage: ostradb stat [OPTIONS] DB [PATH...]"},
+        {{"--port", "0", "version"},
+         "--port: Value 0 not in range",
+         "Usage: ostradb [OPTIONS] SUBCOMMAND"},
+        {{"version", "--bogus"}, "--bogus", "Usage: ostradb version [OPTIONS]"},
+        {{"users", "add"}, "LOGIN is required", "Usage: ostradb users add [OPTIONS] LOGIN"},
     };
     for (const auto& c : cases) {
         const CliResult result = Run(c.args);
