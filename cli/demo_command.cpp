@@ -98,38 +98,47 @@ std::string ReadAll(const fs::path& path) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
+// This program's own file, or an empty path where the system does not tell.
+fs::path ThisProgram() {
+    std::error_code ec;
+    fs::path self = fs::read_symlink("/proc/self/exe", ec);
+    return ec ? fs::path() : self;
+}
+
+// How a shell in the current directory calls a program: a relative path where there is one.
+std::string CommandFor(const fs::path& program) {
+    std::error_code ec;
+    const fs::path shown = fs::relative(program, fs::current_path(), ec);
+    if (ec || shown.empty()) return program.string();
+    return shown.has_parent_path() ? shown.string() : "./" + shown.string();
+}
+
 // How to start the sandbox program: beside this program in a build tree or an installation.
 std::string SandboxProgram() {
+    const fs::path self = ThisProgram();
+    if (self.empty()) return "ostradb-sandbox";
     std::error_code ec;
-    const fs::path self = fs::read_symlink("/proc/self/exe", ec);
-    if (!ec) {
-        for (const fs::path& candidate : {self.parent_path() / "../sandbox/ostradb-sandbox",
-                                          self.parent_path() / "ostradb-sandbox"}) {
-            if (fs::exists(candidate, ec)) {
-                const fs::path shown =
-                    fs::relative(fs::canonical(candidate, ec), fs::current_path(), ec);
-                return ec || shown.empty() ? fs::canonical(candidate).string() : shown.string();
-            }
-        }
+    for (const fs::path& candidate : {self.parent_path() / "../sandbox/ostradb-sandbox",
+                                      self.parent_path() / "ostradb-sandbox"}) {
+        const fs::path found = fs::canonical(candidate, ec);
+        if (!ec) return CommandFor(found);
     }
     return "ostradb-sandbox";
 }
 
-// How to call this client from the current directory: its name when its folder is on PATH.
+// How to call this client: its name when its folder is on PATH.
 std::string ClientProgram() {
-    std::error_code ec;
-    const fs::path self = fs::read_symlink("/proc/self/exe", ec);
-    if (ec) return "ostradb";
+    const fs::path self = ThisProgram();
+    if (self.empty()) return "ostradb";
     const char* path = std::getenv("PATH");
     std::string_view dirs = path ? path : "";
+    std::error_code ec;
     while (!dirs.empty()) {
         const std::size_t end = std::min(dirs.find(':'), dirs.size());
         if (fs::equivalent(fs::path(dirs.substr(0, end)), self.parent_path(), ec)) return "ostradb";
         dirs.remove_prefix(std::min(end + 1, dirs.size()));
     }
-    const fs::path shown = fs::relative(self, fs::current_path(), ec);
-    if (ec || shown.empty()) return self.string();
-    return shown.has_parent_path() ? shown.string() : "./" + shown.string();
+    return CommandFor(self);
 }
 
 void RunDemo(Context& ctx) {
