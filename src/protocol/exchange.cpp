@@ -6,6 +6,7 @@
 #include <istream>
 #include <memory>
 #include <ostream>
+#include <thread>
 
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/serial/xml.hpp"
@@ -108,22 +109,21 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
     // A character that the wire cannot carry is refused before anything changes.
     const std::string packet = wire::EncodeText(PacketText);
 
-    // Step 1-2: the busy guard. The exchange's own re-login passes it once; every request
-    // closes that door again for what it calls out to (OnInfo, the login dialog's requests).
-    if (FBusy && !reloginMayEnter_)
+    // One request at a time. Only the thread let in by mayEnter_ (a re-login, a command with
+    // progress) passes while another runs; every request closes that door again for what it
+    // calls out to (OnInfo, the login dialog's requests).
+    const bool savedBusy = FBusy.exchange(true);
+    if (savedBusy && mayEnter_.load() != std::this_thread::get_id())
         throw TOstraClientSocketException(ecProtocolBusy, "Protocol is busy");
+    const std::thread::id savedMayEnter = mayEnter_.exchange(std::thread::id());
+    detail::ScopeExit restore([&] {
+        mayEnter_ = savedMayEnter;
+        FBusy = savedBusy;
+    });
     connection_->ClearTerminated();
     FLoginCanceled = false;
     std::uint8_t state = 0;
     PacketReader rest(maxAnswerSize_);
-    const bool savedBusy = FBusy;
-    const bool savedMayEnter = reloginMayEnter_;
-    FBusy = true;
-    reloginMayEnter_ = false;
-    detail::ScopeExit restore([&] {
-        FBusy = savedBusy;
-        reloginMayEnter_ = savedMayEnter;
-    });
 
     // A failure of reading or writing: raises when terminated, shows the message and returns
     // false when the connection is still up (the exchange goes on), returns true when the
@@ -225,8 +225,8 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 if (state != ecNotLoggedIn || loggingIn_)
                     throw TOstraClientSocketException(state, xml::Attr(error, "text"));
                 {
-                    reloginMayEnter_ = true;
-                    detail::ScopeExit close([&] { reloginMayEnter_ = false; });
+                    mayEnter_ = std::this_thread::get_id();
+                    detail::ScopeExit close([&] { mayEnter_ = std::thread::id(); });
                     Login({}, {});
                 }
                 if (FLoginCanceled) return;
