@@ -189,8 +189,15 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 throw;
             } catch (const ESocketError& e) {
                 if (mayRecover(e.what())) {
+                    // A job the server has reported progress on must not run twice, and a new
+                    // connection would never see its answer: the outcome stays unknown.
+                    if (state == kInfoState)
+                        throw ESocketError(
+                            "The connection was lost while the server was working on the "
+                            "request; its outcome is unknown (" +
+                            std::string(e.what()) + ")");
                     Connect();
-                    if (state != kInfoState) send();
+                    send();
                     rest.Clear();
                     readPacket(bytes);
                 } else {
