@@ -156,7 +156,7 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
     };
 
     try {
-        // Step 3.
+        // A new host or port takes effect with this request.
         if (FNeedReconnect) {
             FNeedReconnect = false;
             Disconnect();
@@ -164,7 +164,8 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
         }
         std::string bytes;
         do {
-            // Step 4.1: send, unless the last packet was an information packet.
+            // The request goes out, unless the last packet was a progress report: the server
+            // is already working on it.
             if (state != kInfoState) {
                 bool again = false;
                 try {
@@ -182,7 +183,7 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 }
             }
 
-            // Steps 4.2-4.3: the next whole packet, from the bytes left over first.
+            // The next whole packet, from the bytes left over by the last read first.
             try {
                 readPacket(bytes);
             } catch (const ETimeoutError&) {
@@ -206,13 +207,13 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 }
             }
 
-            // Step 4.4.
+            // The packet's text, decoded from the wire's code page and parsed.
             Answer = wire::DecodeText(bytes);
             Trace(false, Answer);
             wire::ParsePacket(Answer, AnswerDoc);
             const pugi::xml_node root = AnswerDoc.document_element();
 
-            // Step 4.5: progress reports; the request is not sent again.
+            // A progress report goes to OnInfo; the final answer is still to come.
             if (xml::AttrView(root, "type") == "info") {
                 if (OnInfo) {
                     try {
@@ -225,7 +226,8 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 continue;
             }
 
-            // Step 4.6: errors; 27 asks for a new login, after which the request is repeated.
+            // An error answer raises, except code 27: the server asks for a new login, after
+            // which the request is sent again.
             const pugi::xml_node error = xml::Child(root, "error");
             if (xml::HasAttr(error, "code")) {
                 state = static_cast<std::uint8_t>(xml::AttrInt(error, "code"));
@@ -241,7 +243,8 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 state = 0;
             }
 
-            // Step 4.7: the payload; what arrived with the packet goes first.
+            // A payload announced by the answer follows it; what arrived with the packet goes
+            // first.
             if (xml::HasAttr(root, "bin_data_size"))
                 ReceivePayload(rest, xml::AttrInt64(root, "bin_data_size"), OutStream);
         } while (state != 0);
