@@ -275,9 +275,10 @@ public:
 
     // The commands with progress install Handler on OnInfo for their request and always clear
     // it afterwards; while another request runs they are refused with code 40 "Protocol is
-    // busy" before touching OnInfo, so the running request keeps its handler. Only AddDatabase and
-    // ReloadBadFilesWithProgress tell the server that progress packets are welcome, and only when a
-    // handler is given. Returns the new database's identifier.
+    // busy" before touching OnInfo, so the running request keeps its handler. Only AddDatabase
+    // and ReloadBadFilesWithProgress tell the server that progress packets are welcome, and
+    // only when a handler is given.
+    // Returns the new database's identifier.
     std::int32_t AddDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
     void UpdateDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
     void DeleteDatabase(std::int32_t DbId);
