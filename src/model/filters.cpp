@@ -207,14 +207,16 @@ void TFilter::FillToXml(const TDbStruct*, pugi::xml_node node) const {
 
 void TFilter::FillToXmlWithCheck(const TDatabase* database, pugi::xml_node node,
                                  TFilterCheckFlags flags) const {
-    const TDbStruct* structure = database ? &database->GetStructure() : nullptr;
+    // Without a database there is nothing to check against: the values go as they stand.
+    if (!database) return FillToXml(nullptr, node);
+    const TDbStruct& structure = database->GetStructure();
     const bool checkLevels = flags.Contains(fcfCheckAll) || flags.Contains(fcfCheckLevels);
     pugi::xml_node filter = node.append_child("Filter");
     for (const TFilterItem& item : Items) {
         if (!IsWritable(item)) continue;
         bool isDate = IsDateKey(item.Key);
-        if (structure && item.GetItemType() == fitLevel) {
-            const TDbStructItem* level = structure->GetItemByType(item.Key);
+        if (item.GetItemType() == fitLevel) {
+            const TDbStructItem* level = structure.GetItemByType(item.Key);
             if (!level && checkLevels) continue;
             isDate = isDate || (level && level->ExType == dsetDate);
         }

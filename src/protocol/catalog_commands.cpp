@@ -2,6 +2,8 @@
 // structures, adding, updating and deleting them, virtual tables and their merging, reloading
 // structures and failed files, and the server-side well-file program.
 
+#include <functional>
+#include <thread>
 #include <utility>
 
 #include "ostradb/model/databases.hpp"
@@ -76,23 +78,42 @@ void TOstraDbProtocol::RequestDatabases(TDatabases& Databases) {
     }
 }
 
-std::int32_t TOstraDbProtocol::AddDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler) {
+void TOstraDbProtocol::RunWithProgress(TInfoPacketEvent Handler,
+                                       const std::function<void()>& request) {
+    // FBusy is taken before OnInfo is touched: a call from a running request's handler, or
+    // from another thread, must not replace the handler that is running.
+    bool idle = false;
+    if (!FBusy.compare_exchange_strong(idle, true))
+        throw TOstraClientSocketException(ecProtocolBusy, "Protocol is busy");
+    mayEnter_ = std::this_thread::get_id();
+    detail::ScopeExit release([this] {
+        OnInfo = nullptr;
+        mayEnter_ = std::thread::id();
+        FBusy = false;
+    });
     OnInfo = std::move(Handler);
-    detail::ScopeExit clear([this] { OnInfo = nullptr; });
-    detail::Request req(*this, "add_db");
-    Info.WriteToXml(req.command);
-    OfferProgress(req, OnInfo);
-    const detail::Answer ans = req.Exchange();
-    return xml::AttrInt(xml::Child(ans.answer, "result"), "db_id");
+    request();
+}
+
+std::int32_t TOstraDbProtocol::AddDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler) {
+    std::int32_t id = 0;
+    RunWithProgress(std::move(Handler), [&] {
+        detail::Request req(*this, "add_db");
+        Info.WriteToXml(req.command);
+        OfferProgress(req, OnInfo);
+        const detail::Answer ans = req.Exchange();
+        id = xml::AttrInt(xml::Child(ans.answer, "result"), "db_id");
+    });
+    return id;
 }
 
 void TOstraDbProtocol::UpdateDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler) {
-    OnInfo = std::move(Handler);
-    detail::ScopeExit clear([this] { OnInfo = nullptr; });
-    detail::Request req(*this, "update_db");
-    // The server does not take "info_supported" here, although progress packets may come.
-    Info.WriteToXml(req.command);
-    req.Exchange();
+    RunWithProgress(std::move(Handler), [&] {
+        detail::Request req(*this, "update_db");
+        // The server does not take "info_supported" here, although progress packets may come.
+        Info.WriteToXml(req.command);
+        req.Exchange();
+    });
 }
 
 void TOstraDbProtocol::DeleteDatabase(std::int32_t DbId) {
@@ -145,12 +166,12 @@ void TOstraDbProtocol::ReloadBadFiles(std::int32_t DbId) {
 }
 
 void TOstraDbProtocol::ReloadBadFilesWithProgress(std::int32_t DbId, TInfoPacketEvent Handler) {
-    OnInfo = std::move(Handler);
-    detail::ScopeExit clear([this] { OnInfo = nullptr; });
-    detail::Request req(*this, "reload_bad_files");
-    req.Set("db_id", DbId);
-    OfferProgress(req, OnInfo);
-    req.Exchange();
+    RunWithProgress(std::move(Handler), [&] {
+        detail::Request req(*this, "reload_bad_files");
+        req.Set("db_id", DbId);
+        OfferProgress(req, OnInfo);
+        req.Exchange();
+    });
 }
 
 void TOstraDbProtocol::DeleteUnusedLevels(std::int32_t DbId) {

@@ -6,6 +6,7 @@
 #include <istream>
 #include <memory>
 #include <ostream>
+#include <thread>
 
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/serial/xml.hpp"
@@ -108,22 +109,21 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
     // A character that the wire cannot carry is refused before anything changes.
     const std::string packet = wire::EncodeText(PacketText);
 
-    // Step 1-2: the busy guard. The exchange's own re-login passes it once; every request
-    // closes that door again for what it calls out to (OnInfo, the login dialog's requests).
-    if (FBusy && !reloginMayEnter_)
+    // One request at a time. Only the thread let in by mayEnter_ (a re-login, a command with
+    // progress) passes while another runs; every request closes that door again for what it
+    // calls out to (OnInfo, the login dialog's requests).
+    const bool savedBusy = FBusy.exchange(true);
+    if (savedBusy && mayEnter_.load() != std::this_thread::get_id())
         throw TOstraClientSocketException(ecProtocolBusy, "Protocol is busy");
+    const std::thread::id savedMayEnter = mayEnter_.exchange(std::thread::id());
+    detail::ScopeExit restore([&] {
+        mayEnter_ = savedMayEnter;
+        FBusy = savedBusy;
+    });
     connection_->ClearTerminated();
     FLoginCanceled = false;
     std::uint8_t state = 0;
     PacketReader rest(maxAnswerSize_);
-    const bool savedBusy = FBusy;
-    const bool savedMayEnter = reloginMayEnter_;
-    FBusy = true;
-    reloginMayEnter_ = false;
-    detail::ScopeExit restore([&] {
-        FBusy = savedBusy;
-        reloginMayEnter_ = savedMayEnter;
-    });
 
     // A failure of reading or writing: raises when terminated, shows the message and returns
     // false when the connection is still up (the exchange goes on), returns true when the
@@ -156,7 +156,7 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
     };
 
     try {
-        // Step 3.
+        // A new host or port takes effect with this request.
         if (FNeedReconnect) {
             FNeedReconnect = false;
             Disconnect();
@@ -164,7 +164,8 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
         }
         std::string bytes;
         do {
-            // Step 4.1: send, unless the last packet was an information packet.
+            // The request goes out, unless the last packet was a progress report: the server
+            // is already working on it.
             if (state != kInfoState) {
                 bool again = false;
                 try {
@@ -182,15 +183,22 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 }
             }
 
-            // Steps 4.2-4.3: the next whole packet, from the bytes left over first.
+            // The next whole packet, from the bytes left over by the last read first.
             try {
                 readPacket(bytes);
             } catch (const ETimeoutError&) {
                 throw;
             } catch (const ESocketError& e) {
                 if (mayRecover(e.what())) {
+                    // A job the server has reported progress on must not run twice, and a new
+                    // connection would never see its answer: the outcome stays unknown.
+                    if (state == kInfoState)
+                        throw ESocketError(
+                            "The connection was lost while the server was working on the "
+                            "request; its outcome is unknown (" +
+                            std::string(e.what()) + ")");
                     Connect();
-                    if (state != kInfoState) send();
+                    send();
                     rest.Clear();
                     readPacket(bytes);
                 } else {
@@ -199,13 +207,13 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 }
             }
 
-            // Step 4.4.
+            // The packet's text, decoded from the wire's code page and parsed.
             Answer = wire::DecodeText(bytes);
             Trace(false, Answer);
             wire::ParsePacket(Answer, AnswerDoc);
             const pugi::xml_node root = AnswerDoc.document_element();
 
-            // Step 4.5: progress reports; the request is not sent again.
+            // A progress report goes to OnInfo; the final answer is still to come.
             if (xml::AttrView(root, "type") == "info") {
                 if (OnInfo) {
                     try {
@@ -218,15 +226,16 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 continue;
             }
 
-            // Step 4.6: errors; 27 asks for a new login, after which the request is repeated.
+            // An error answer raises, except code 27: the server asks for a new login, after
+            // which the request is sent again.
             const pugi::xml_node error = xml::Child(root, "error");
             if (xml::HasAttr(error, "code")) {
                 state = static_cast<std::uint8_t>(xml::AttrInt(error, "code"));
                 if (state != ecNotLoggedIn || loggingIn_)
                     throw TOstraClientSocketException(state, xml::Attr(error, "text"));
                 {
-                    reloginMayEnter_ = true;
-                    detail::ScopeExit close([&] { reloginMayEnter_ = false; });
+                    mayEnter_ = std::this_thread::get_id();
+                    detail::ScopeExit close([&] { mayEnter_ = std::thread::id(); });
                     Login({}, {});
                 }
                 if (FLoginCanceled) return;
@@ -234,7 +243,8 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                 state = 0;
             }
 
-            // Step 4.7: the payload; what arrived with the packet goes first.
+            // A payload announced by the answer follows it; what arrived with the packet goes
+            // first.
             if (xml::HasAttr(root, "bin_data_size"))
                 ReceivePayload(rest, xml::AttrInt64(root, "bin_data_size"), OutStream);
         } while (state != 0);

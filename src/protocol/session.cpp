@@ -78,11 +78,14 @@ bool CutPrefix(std::string& text, std::string_view prefix) {
 }
 
 // The text before the first "/" of text, removed with that "/". Without a "/" nothing is
-// taken and only the first character is removed.
+// taken and only the first character (all bytes of its UTF-8 form) is removed.
 std::string CutField(std::string& text) {
     const std::size_t slash = text.find('/');
     if (slash == std::string::npos) {
-        if (!text.empty()) text.erase(0, 1);
+        std::size_t n = text.empty() ? 0 : 1;
+        while (n < text.size() && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80)
+            ++n;
+        text.erase(0, n);
         return {};
     }
     std::string field = text.substr(0, slash);

@@ -245,6 +245,15 @@ const char* DictModeText(EDictMode mode) {
     return mode == dmDecode ? "decode" : "code";
 }
 
+// Servers answer "get_ws_info" in one of two forms: files holding "table" and "planshet"
+// elements, or the views list, whose files hold "table_info" and "plansheets". Each reader
+// skips the other's elements, so the answer's own elements choose the reader.
+bool HoldsViewsList(pugi::xml_node answer) {
+    for (pugi::xml_node f = answer.child("file"); f; f = f.next_sibling("file"))
+        if (f.child("table_info") || f.child("plansheets")) return true;
+    return false;
+}
+
 }  // namespace
 
 void TOstraDbProtocol::DeleteCurve(std::string FileName, std::string Table, std::string KeyStr,
@@ -344,8 +353,7 @@ void TOstraDbProtocol::GetWsInfo(const TStringList& FileNames, const TStringList
     xml::SetBoolAttr(options, "IncludeStratum", Options.Contains(wsoStrat));
     if (Tables) SaveToXML(*Tables, "Tables", options);
     detail::Answer ans = req.Exchange();
-    // The answer holds "file" elements of the plain form, not the views list.
-    Result.ReadFromXml(ans.answer, nullptr, false);
+    Result.ReadFromXml(ans.answer, nullptr, HoldsViewsList(ans.answer));
 }
 
 void TOstraDbProtocol::GetColumnIdents(const TStringList& FileNames, const std::string& Table,

@@ -2,15 +2,19 @@
 
 #include <cstring>
 #include <fstream>
+#include <initializer_list>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include "ostradb/serial/properties.hpp"
 #include "ostradb/serial/xml.hpp"
+#include "ostradb/util/code_pages.hpp"
 #include "ostradb/util/collection.hpp"
 #include "ostradb/util/exceptions.hpp"
 #include "ostradb/util/numbers.hpp"
 #include "ostradb/util/string_list.hpp"
+#include "ostradb/util/text.hpp"
 #include "ostradb/util/variant.hpp"
 #include "util/float_text.hpp"
 
@@ -253,6 +257,40 @@ void SaveToXMLFile(const Persistent& obj, std::string_view name,
         throw EFileError("Cannot write \"" + fileName.string() + "\"");
 }
 
+namespace {
+
+// The encoding named by the XML declaration at the start of text; empty without one.
+std::string DeclaredEncoding(std::string_view text) {
+    if (!text.starts_with("<?xml")) return {};
+    const std::size_t end = text.find("?>");
+    if (end == std::string_view::npos) return {};
+    // The declaration alone, with a root so that it parses as a document.
+    const std::string head = std::string(text.substr(0, end + 2)) + "<r/>";
+    pugi::xml_document doc;
+    if (!doc.load_buffer(head.data(), head.size(), pugi::parse_declaration, pugi::encoding_utf8))
+        return {};
+    return doc.first_child().attribute("encoding").value();
+}
+
+bool IsOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
+    for (std::string_view n : names)
+        if (SameText(name, n)) return true;
+    return false;
+}
+
+// The file's text in UTF-8. Files of the system's other programs declare "windows-1251".
+std::string FileTextAsUtf8(std::string bytes, const std::filesystem::path& fileName) {
+    if (bytes.starts_with("\xEF\xBB\xBF")) return bytes;  // a UTF-8 byte-order mark
+    const std::string encoding = DeclaredEncoding(bytes);
+    if (encoding.empty() || IsOneOf(encoding, {"utf-8", "utf8", "us-ascii", "ascii"})) return bytes;
+    if (IsOneOf(encoding, {"windows-1251", "cp1251", "x-cp1251"})) return Cp1251ToUtf8(bytes);
+    if (IsOneOf(encoding, {"ibm866", "cp866", "866"})) return Cp866ToUtf8(bytes);
+    throw EFileError("Cannot read \"" + fileName.string() + "\": its encoding \"" + encoding +
+                     "\" is not supported");
+}
+
+}  // namespace
+
 void LoadFromXMLFile(Persistent& obj, std::string_view name,
                      const std::filesystem::path& fileName) {
     std::ifstream in(fileName, std::ios::binary);
@@ -260,7 +298,7 @@ void LoadFromXMLFile(Persistent& obj, std::string_view name,
     std::ostringstream text;
     text << in.rdbuf();
     if (in.bad()) throw EFileError("Cannot read \"" + fileName.string() + "\"");
-    LoadFromXMLString(obj, name, false, text.str());
+    LoadFromXMLString(obj, name, false, FileTextAsUtf8(text.str(), fileName));
 }
 
 }  // namespace ostradb

@@ -251,10 +251,14 @@ std::string Utf8ToCp866(std::string_view utf8) {
     return out;
 }
 
-bool CanEncode(CodePage page, std::string_view utf8) {
-    const EncodeTable& table = TablesOf(page).encode;
-    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
-    const auto* const end = p + utf8.size();
+namespace {
+
+// Whether every sequence of text outside ASCII is well-formed UTF-8 and accept takes its
+// character.
+template <class Accept>
+bool EveryNonAscii(std::string_view text, Accept accept) {
+    const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* const end = p + text.size();
     while (p < end) {
         if (end - p >= 8) {
             const std::uint64_t high = Load8(p) & kHighBits;
@@ -268,10 +272,21 @@ bool CanEncode(CodePage page, std::string_view utf8) {
             continue;
         }
         const Utf8Char c = DecodeUtf8(p, end);
-        if (c.length == 0 || table.Find(c.cp) == 0) return false;
+        if (c.length == 0 || !accept(c.cp)) return false;
         p += c.length;
     }
     return true;
+}
+
+}  // namespace
+
+bool IsValidUtf8(std::string_view text) {
+    return EveryNonAscii(text, [](char32_t) { return true; });
+}
+
+bool CanEncode(CodePage page, std::string_view utf8) {
+    const EncodeTable& table = TablesOf(page).encode;
+    return EveryNonAscii(utf8, [&](char32_t cp) { return table.Find(cp) != 0; });
 }
 
 }  // namespace ostradb

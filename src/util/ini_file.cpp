@@ -1,7 +1,7 @@
 #include "ostradb/util/ini_file.hpp"
 
-// Only the narrow UTF-8 INI class is used: no wide-character conversion is compiled in, and
-// names compare ignoring ASCII case.
+// Only the narrow INI class is used, on UTF-8 text: no wide-character conversion is compiled
+// in, and names compare ignoring ASCII case. The code page of the file is handled here.
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>
 
@@ -15,6 +15,7 @@
 #include <system_error>
 #include <utility>
 
+#include "ostradb/util/code_pages.hpp"
 #include "ostradb/util/exceptions.hpp"
 #include "ostradb/util/numbers.hpp"
 
@@ -26,10 +27,7 @@ namespace ostradb {
 
 namespace fs = std::filesystem;
 
-// The INI text is kept in SimpleIni in the form it has in the file: section and key names
-// trimmed, and values that would lose something on the way through a file (blanks at either
-// end, or a pair of surrounding double quotes of their own) wrapped in one extra pair of double
-// quotes. Reading a value strips that pair again.
+// The INI text is kept in SimpleIni as UTF-8, section and key names trimmed, values as given.
 struct TMemIniFile::Impl {
     CSimpleIniA ini{/*utf8*/ true, /*multiKey*/ false, /*multiLine*/ false};
 };
@@ -53,23 +51,15 @@ bool HasLineBreakOrNul(std::string_view s) {
     return s.find_first_of(std::string_view("\r\n\0", 3)) != std::string_view::npos;
 }
 
-bool IsWrappedInQuotes(std::string_view v) {
-    return v.size() >= 2 && v.front() == '"' && v.back() == '"';
-}
-
-std::string EncodeValue(std::string_view value) {
-    if (value.empty() ||
-        !(IsIniSpace(value.front()) || IsIniSpace(value.back()) || IsWrappedInQuotes(value)))
-        return std::string(value);
-    std::string out;
-    out.reserve(value.size() + 2);
-    out.append("\"").append(value).append("\"");
-    return out;
-}
-
-std::string DecodeValue(std::string_view stored) {
-    if (IsWrappedInQuotes(stored)) stored = stored.substr(1, stored.size() - 2);
-    return std::string(stored);
+// The file is Windows-1251: what it cannot hold is refused when it is written into the INI,
+// naming where it was to go.
+void CheckEncodable(std::string_view where, std::string_view text) {
+    if (CanEncode(CodePage::Windows1251, text)) return;
+    try {
+        (void)Utf8ToCp1251(text);
+    } catch (const EEncodingError& e) {
+        throw EEncodingError("INI " + std::string(where) + ": " + e.what(), e.CodePoint());
+    }
 }
 
 // A section, key or value that a line-based INI file cannot hold is refused rather than
@@ -170,7 +160,10 @@ TMemIniFile::TMemIniFile(fs::path fileName)
     if (!in) fail(ErrnoText(errno));
     const std::string data{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     if (in.bad()) fail(ErrnoText(errno));
-    if (impl_->ini.LoadData(data) < 0) fail("not an INI file");
+    // Windows-1251 as the system's other programs write it; a file edited by hand on a UTF-8
+    // system is valid UTF-8, which Cyrillic Windows-1251 text practically never is.
+    const std::string text = IsValidUtf8(data) ? data : Cp1251ToUtf8(data);
+    if (impl_->ini.LoadData(text) < 0) fail("not an INI file");
 }
 
 TMemIniFile::~TMemIniFile() = default;
@@ -181,7 +174,7 @@ std::optional<std::string> FindValue(const CSimpleIniA& ini, std::string_view se
                                      std::string_view key) {
     const char* stored = ini.GetValue(TrimName(section).c_str(), TrimName(key).c_str(), nullptr);
     if (!stored) return std::nullopt;
-    return DecodeValue(stored);
+    return std::string(stored);
 }
 
 }  // namespace
@@ -198,7 +191,10 @@ void TMemIniFile::WriteString(std::string_view section, std::string_view key,
     CheckSection(s);
     CheckKey(k);
     CheckValue(k, value);
-    if (impl_->ini.SetValue(s.c_str(), k.c_str(), EncodeValue(value).c_str()) < 0)
+    CheckEncodable("section \"" + s + "\"", s);
+    CheckEncodable("key \"" + k + "\"", k);
+    CheckEncodable("value of key \"" + k + "\"", value);
+    if (impl_->ini.SetValue(s.c_str(), k.c_str(), std::string(value).c_str()) < 0)
         throw Error("Out of memory while writing INI key \"" + k + "\"");
 }
 
@@ -288,7 +284,14 @@ std::string TMemIniFile::ToText() const {
 }
 
 void TMemIniFile::UpdateFile() const {
-    const std::string text = ToText();
+    std::string text;
+    try {
+        text = Utf8ToCp1251(ToText());
+    } catch (const EEncodingError& e) {
+        // Text of a UTF-8 file read in that Windows-1251 has no byte for.
+        throw EEncodingError("Cannot write file \"" + fileName_.string() + "\": " + e.what(),
+                             e.CodePoint());
+    }
     const fs::path dir = fileName_.parent_path();
     std::error_code ec;
     if (!dir.empty()) {

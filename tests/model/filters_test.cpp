@@ -2,11 +2,14 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 
 #include "ostradb/model/databases.hpp"
 #include "ostradb/model/filters.hpp"
+#include "ostradb/util/code_pages.hpp"
 #include "ostradb/util/dates.hpp"
 #include "ostradb/util/exceptions.hpp"
 #include "ostradb/util/ini_file.hpp"
@@ -214,13 +217,21 @@ TEST(Filters, IniRoundTripThroughFile) {
     {
         TMemIniFile ini(file);
         saved.SaveSettingsToIni(ini, "Db/");
-        ini.WriteString("Hand", "Count", "3");  // a hand-written filter
-        ini.WriteString("Hand", "Key1", "%well");
-        ini.WriteString("Hand", "Value1", "\"1,2\"");
-        ini.WriteString("Hand", "Value2", "no key");
-        ini.WriteString("Hand", "Key3", "curves");
         ini.UpdateFile();
     }
+    std::string disk;
+    {
+        std::fstream io(file, std::ios::in | std::ios::out | std::ios::binary | std::ios::ate);
+        io.seekg(0);
+        disk.assign(std::istreambuf_iterator<char>(io), std::istreambuf_iterator<char>());
+        // A filter as the system's other programs write it: Windows-1251, one value "Юг,Север".
+        io.seekp(0, std::ios::end);
+        io << Utf8ToCp1251(
+            "[Hand]\r\nCount=3\r\nKey1=%well\r\nValue1=\"\"Юг,Север\"\"\r\nValue2=no key\r\n"
+            "Key3=curves\r\n");
+    }
+    // The comma text in one pair of quotes, none added by the INI.
+    EXPECT_NE(disk.find("\nValue1=\"\"a,b\"\"\n"), std::string::npos) << disk;
     const TMemIniFile ini(file);
     std::filesystem::remove(file);
     EXPECT_EQ(ini.ReadString("Db/Filters", "CurrentFilter", ""), "B");
@@ -241,7 +252,7 @@ TEST(Filters, IniRoundTripThroughFile) {
     TFilter hand;
     hand.LoadSettingsFromIni(ini, "Hand");
     ASSERT_EQ(hand.GetCount(), 2);  // the item without a key is dropped
-    EXPECT_EQ(hand.GetItem(0).Values, (TStringList{"1", "2"}));
+    EXPECT_EQ(hand.GetItem(0).Values, (TStringList{"Юг,Север"}));
     EXPECT_EQ(hand.GetItem(1).Oper, "=");
 }
 

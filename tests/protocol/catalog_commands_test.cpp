@@ -197,8 +197,15 @@ TEST_F(CatalogCommands, ProgressIsOfferedOnlyWhereTheServerTakesTheOffer) {
             std::string seen;
             TInfoPacketEvent handler;
             if (withHandler)
-                handler = [&](TOstraDbProtocol&, pugi::xml_node xml) {
+                handler = [&](TOstraDbProtocol& sender, pugi::xml_node xml) {
                     seen += xml.attribute("step").value();
+                    // Started from the handler, the command is refused and leaves the running
+                    // handler in place.
+                    try {
+                        c.call(sender, handler);
+                    } catch (const TOstraClientSocketException& e) {
+                        seen += "(" + std::to_string(e.Code) + ")";
+                    }
                 };
             server.Expect(c.cmd)
                 .Reply(InfoPacket(R"(step="1")"))
@@ -207,7 +214,7 @@ TEST_F(CatalogCommands, ProgressIsOfferedOnlyWhereTheServerTakesTheOffer) {
             c.call(client, handler);
             const bool offered = withHandler && c.offersWithHandler;
             EXPECT_EQ(server.Request(request++).Attr("info_supported"), offered ? "True" : "");
-            EXPECT_EQ(seen, withHandler ? "12" : "");
+            EXPECT_EQ(seen, withHandler ? "1(40)2(40)" : "");
             EXPECT_FALSE(client.OnInfo);
         }
     }

@@ -255,6 +255,26 @@ TEST_F(ExchangeTest, BrokenConnectionIsReopenedOnceAndTheRequestResent) {
     }
 }
 
+// After a progress report the request is never sent again (a server job must not run twice),
+// so a lost connection ends it, and the next request connects anew.
+TEST_F(ExchangeTest, ConnectionLostAfterProgressEndsTheRequest) {
+    client.SetReadTimeout(5s);  // a wait for an answer that cannot come ends as a time-out
+    server.Expect("add_db").Reply(InfoPacket()).Drop();
+    server.Expect("get_x").Reply(AnswerPacket(R"(after="yes")"));
+    try {
+        Run("add_db");
+        ADD_FAILURE() << "no error";
+    } catch (const ESocketError& e) {
+        EXPECT_TRUE(std::string(e.what()).starts_with(
+            "The connection was lost while the server was working on the request; its outcome "
+            "is unknown ("))
+            << e.what();
+    }
+    EXPECT_EQ(xml::Attr(Run("get_x").answer, "after"), "yes");
+    EXPECT_EQ(server.Connections(), 2);
+    server.Verify();
+}
+
 TEST_F(ExchangeTest, ConnectionClosedBetweenRequestsIsReopened) {
     server.Expect().Reply(AnswerPacket()).Drop();
     server.Expect().Reply(AnswerPacket(R"(second="1")"));

@@ -23,6 +23,7 @@ TEST(CheckFileName, CutsPrefixesInOrderAndSwitchesToTheNamedServer) {
         {"WSTP://DIRECT:/HOST:srv1//PORT:5000/D:\\data\\a.ws", "D:\\data\\a.ws", "srv1", 5000},
         {"D:\\data\\a.ws", "D:\\data\\a.ws", "start", 1000},
         {"wstp://direct:/HOST:abc", "bc", "start", 1000},
+        {"/HOST:Ёлка", "лка", "start", 1000},  // a character, not a byte
         {"/PORT:x/a.ws", "a.ws", "start", 1000},
         {"/port:7000/a.ws", "a.ws", "start", 1000},
         {"wstp:///host:Srv2/a.ws", "a.ws", "Srv2", 22344},

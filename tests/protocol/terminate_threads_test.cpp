@@ -1,10 +1,11 @@
-// Terminate from another thread while a request is blocked. These tests run under
-// ThreadSanitizer (label "threads").
+// Calls from another thread while a request runs: Terminate aborts it, a second request is
+// refused. These tests run under ThreadSanitizer (label "threads").
 
 #include <future>
 #include <thread>
 
 #include "exchange_fixture.hpp"
+#include "ostradb/model/databases.hpp"
 #include "ostradb/serial/xml.hpp"
 
 namespace ostradb {
@@ -82,6 +83,34 @@ TEST_F(ExchangeTest, WriteTimeoutEndsAWriteTheServerDoesNotRead) {
     EXPECT_THROW(Run("put_file", &data), ETimeoutError);
     EXPECT_FALSE(client.Connected());
     EXPECT_FALSE(client.GetBusy());
+    server.Verify();
+}
+
+TEST_F(ExchangeTest, ProgressCommandFromAnotherThreadIsRefusedAndChangesNothing) {
+    std::promise<void> reported, refused;
+    server.Expect("add_db")
+        .Reply(test::InfoPacket(R"(step="1")"))
+        .Do([go = refused.get_future().share()] { go.wait_for(10s); })
+        .Reply(test::InfoPacket(R"(step="2")"))
+        .Reply(AnswerPacket({}, R"(<result db_id="5"/>)"));
+    std::string seen;
+    std::future<std::int32_t> running = std::async(std::launch::async, [&] {
+        return client.AddDatabase(TDatabaseInfo(), [&](TOstraDbProtocol&, pugi::xml_node xml) {
+            seen += xml.attribute("step").value();
+            if (seen == "1") reported.set_value();
+        });
+    });
+    ASSERT_EQ(reported.get_future().wait_for(10s), std::future_status::ready);
+    try {
+        client.UpdateDatabase(TDatabaseInfo(), [](TOstraDbProtocol&, pugi::xml_node) {});
+        ADD_FAILURE() << "a second request ran";
+    } catch (const TOstraClientSocketException& e) {
+        EXPECT_EQ(e.Code, ecProtocolBusy);
+    }
+    refused.set_value();
+    // The running request kept its handler to the end.
+    EXPECT_EQ(running.get(), 5);
+    EXPECT_EQ(seen, "12");
     server.Verify();
 }
 

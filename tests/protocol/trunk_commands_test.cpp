@@ -72,9 +72,16 @@ TEST_F(ExchangeTest, TrunkAndMapCommandsSendAndRead) {
     TFilterItem& item = filter.Add();
     item.Key = "%well";
     item.Values.Add("12");
+    // No database to check against: date values go as given, even one no date parser takes.
+    TFilterItem& dates = filter.Add();
+    dates.Key = "hist_date";
+    dates.Values.Add("1.2.2020");
+    dates.Values.Add(">31.02.2020");
     // The filter as it stands in the command element itself.
     const std::string F =
-        R"(<Filter><Item Param="%well" Oper="="><Items><Item>12</Item></Items></Item></Filter>)";
+        R"(<Filter><Item Param="%well" Oper="="><Items><Item>12</Item></Items></Item>)"
+        R"(<Item Param="hist_date" Oper="="><Items><Item>1.2.2020</Item>)"
+        R"(<Item>&gt;31.02.2020</Item></Items></Item></Filter>)";
 
     TTrunkList trunks, toSave;
     toSave.Add().TId = "t9";

@@ -60,6 +60,17 @@ std::string OtherParts(const RecordedRequest& r) {
     return out;
 }
 
+// The files read: count, then the first file's name, trunk, first plansheet, first table and
+// that table's first curve (empty where missing).
+std::string WsInfoRead(const TLevelFilesList& r) {
+    if (r.GetCount() == 0) return Row(0);
+    const TLevelFile& f = r.GetItem(0);
+    const bool table = f.GetTablesCount() > 0;
+    return Row(r.GetCount(), f.Name, f.TrunkId, f.GetPlanshetsCount() ? f.GetPlanshet(0).Name : "",
+               table ? f.GetTable(0).Name : "",
+               table && f.GetTable(0).GetCurvesCount() ? f.GetTable(0).GetCurve(0).Name : "");
+}
+
 TEST_F(WellCommands, FileListCommandsSendCheckedCopiesAndReadTheirAnswers) {
     const TStringList tables{"/PORT:9/main", "Пласты"};  // sent as given, never checked
     const std::vector<FileListCase> cases{
@@ -104,15 +115,30 @@ TEST_F(WellCommands, FileListCommandsSendCheckedCopiesAndReadTheirAnswers) {
                         Joined(r.Names));
          },
          "2|a.ws|2|-1|Ю1|Ю2||", ";Filter[Table=Пласты Ident=Горизонт]()"},
-        {"get_ws_info", R"(<file name="a.ws" type="1" trunk_id="T1" is_main="true"/><x/>)",
+        {"get_ws_info",
+         R"(<file name="a.ws" type="1" trunk_id="T1" is_main="true"><planshet name="Осн"/>
+            <table name="main"><data><curve name="ГК" start="0" stop="1" step="1" nvers="1"
+            dclass="1"/></data></table></file><x/>)",
          [&](TOstraDbProtocol& c, const TStringList& f) {
              TLevelFilesList r;
              c.GetWsInfo(f, &tables, {wsoCurves, wsoStrat}, r);
-             return Row(r.GetCount(), r.GetItem(0).Name, r.GetItem(0).TrunkId);
+             return WsInfoRead(r);
          },
-         "1|a.ws|T1|",
+         "1|a.ws|T1|Осн|main|ГК|",
          ";Options[IncludeCurves=True IncludeBedCurves=False IncludeLithology=False "
          "IncludeStratum=True](/PORT:9/main|Пласты|)"},
+        // The views-list form of the same answer.
+        {"get_ws_info",
+         R"(<file name="b.ws" trunk_id="T2"><plansheets><plansheet name="Второй"/></plansheets>
+            <table_info tname="gis"><obj_info name="ПС"/></table_info></file>)",
+         [&](TOstraDbProtocol& c, const TStringList& f) {
+             TLevelFilesList r;
+             c.GetWsInfo(f, nullptr, {wsoCurves}, r);
+             return WsInfoRead(r);
+         },
+         "1|b.ws|T2|Второй|gis|ПС|",
+         ";Options[IncludeCurves=True IncludeBedCurves=False IncludeLithology=False "
+         "IncludeStratum=False]()"},
         {"get_ws_info", "",
          [](TOstraDbProtocol& c, const TStringList& f) {
              TLevelFilesList r;

@@ -66,7 +66,7 @@ TEST(IniProperties, WritesEachKindInItsFormAndReadsItBackFromFile) {
     s.Letter = 'Z';
     s.Ratio = -2.5e-7;
     s.Single = 1.25f;
-    s.Name = " Имя, с запятой ";
+    s.Name = "Имя, с запятой";
     s.Big = 1LL << 40;
     s.Lines = {"one", "two\r\nlines", ""};
     s.Hidden = 5;
@@ -83,7 +83,7 @@ TEST(IniProperties, WritesEachKindInItsFormAndReadsItBackFromFile) {
         {"Shade", "2"},
         {"Shades", "6"},
         {"Letter", "90"},
-        {"Name", " Имя, с запятой "},
+        {"Name", "Имя, с запятой"},
         {"Lines", "one,\"two|lines\",\"\""},
     };
     for (const auto& [key, text] : expected)

@@ -1,12 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 
 #include "ostradb/serial/properties.hpp"
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/serial/xml_serializer.hpp"
+#include "ostradb/util/code_pages.hpp"
 #include "ostradb/util/collection.hpp"
 #include "ostradb/util/numbers.hpp"
 #include "ostradb/util/string_list.hpp"
@@ -300,6 +302,19 @@ TEST(Serializer, FilesRoundTripAndMissingFileRaises) {
     EXPECT_EQ(r.Name, "файл");
     EXPECT_EQ(r.Lines, s.Lines);
     EXPECT_THROW(LoadFromXMLFile(r, "Settings", path), EFileError);
+
+    // Another program's file is read in the encoding its declaration names.
+    const auto write = [&](const std::string& encoding) {
+        std::ofstream(path, std::ios::binary)
+            << Utf8ToCp1251("<?xml version=\"1.0\" encoding=\"" + encoding +
+                            "\"?>\r\n<Settings Name=\"Скважина\"/>\r\n");
+    };
+    write("windows-1251");
+    LoadFromXMLFile(r, "Settings", path);
+    EXPECT_EQ(r.Name, "Скважина");
+    write("koi8-r");
+    EXPECT_THROW(LoadFromXMLFile(r, "Settings", path), EFileError);
+    std::filesystem::remove(path);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "ostradb/util/code_pages.hpp"
 #include "ostradb/util/exceptions.hpp"
 
 #ifndef _WIN32
@@ -55,17 +56,18 @@ protected:
     fs::path dir_;
 };
 
-TEST_F(IniFile, ValuesRoundTripExactlyThroughAFile) {
+TEST_F(IniFile, ValuesRoundTripThroughAFileAsGiven) {
     const fs::path file = dir_ / "sub" / "deeper" / "settings.ini";
     struct Case {
         const char* key;
         const char* value;
+        const char* fromFile = nullptr;  // when the file changes it: blanks at either end go
     };
     const std::vector<Case> cases = {
         {"Values1", "\"a,b\""},            // a filter's comma text in its own quotes
         {"Values2", "\"\"\"x y\"\",z\""},  // the same with a quoted item inside
-        {"Lead", "  lead"},
-        {"Trail", "trail\t"},
+        {"Lead", "  lead", "lead"},
+        {"Trail", "trail\t", "trail"},
         {"Quote", "\""},
         {"TwoQuotes", "\"\""},
         {"Inner", "a \"b\" c"},
@@ -73,7 +75,7 @@ TEST_F(IniFile, ValuesRoundTripExactlyThroughAFile) {
         {"Empty", ""},
         {"Equals", "a=b=c"},
         {"Comment", "; not a comment"},
-        {"Ключ", "Значение с пробелом "},
+        {"Ключ", "Значение с пробелом ", "Значение с пробелом"},
     };
     {
         TMemIniFile ini(file);
@@ -86,9 +88,15 @@ TEST_F(IniFile, ValuesRoundTripExactlyThroughAFile) {
             EXPECT_EQ(ini.ReadString("Db/LogStructure/a-1--b", c.key, "?"), c.value) << c.key;
         ini.UpdateFile();
     }
+    // Windows-1251 on disk, and no quotes of the INI's own.
+    const std::string disk = ReadAll(file);
+    EXPECT_NE(disk.find(Utf8ToCp1251("\nValues1=\"a,b\"\n")), std::string::npos) << disk;
+    EXPECT_NE(disk.find(Utf8ToCp1251("[Месторождение]\nИмя=Скв. 12\n")), std::string::npos);
     TMemIniFile again(file);
     for (const Case& c : cases)
-        EXPECT_EQ(again.ReadString("Db/LogStructure/a-1--b", c.key, "?"), c.value) << c.key;
+        EXPECT_EQ(again.ReadString("Db/LogStructure/a-1--b", c.key, "?"),
+                  c.fromFile ? c.fromFile : c.value)
+            << c.key;
     EXPECT_EQ(again.ReadString("Месторождение", "Имя", ""), "Скв. 12");
 
     TStringList sections, keys;
@@ -121,13 +129,21 @@ TEST_F(IniFile, ReadsHandWrittenFiles) {
     const fs::path file = dir_ / "hand.ini";
     WriteAll(file,
              "\xEF\xBB\xBF; comment\r\n[S]\r\nA = \"quoted\"\r\nB =  spaced  \r\n"
-             "C=\"\r\n#D=hidden\r\nnot a key line\r\n[T]\nE=1\n");
+             "C=\"\r\n#D=hidden\r\nnot a key line\r\n[T]\nE=1\nЖ=ё😀\n");
     TMemIniFile ini(file);
-    EXPECT_EQ(ini.ReadString("S", "A", ""), "quoted");
+    EXPECT_EQ(ini.ReadString("S", "A", ""), "\"quoted\"");
     EXPECT_EQ(ini.ReadString("S", "B", ""), "spaced");
     EXPECT_EQ(ini.ReadString("S", "C", ""), "\"");
     EXPECT_FALSE(ini.ValueExists("S", "#D"));
     EXPECT_EQ(ini.ReadInteger("T", "E", 0), 1);
+    // A UTF-8 file is read as UTF-8; what Windows-1251 cannot hold is not written back.
+    EXPECT_EQ(ini.ReadString("T", "Ж", ""), "ё😀");
+    const std::string before = ReadAll(file);
+    EXPECT_THROW(ini.UpdateFile(), EEncodingError);
+    EXPECT_EQ(ReadAll(file), before);
+    // The system's other programs write Windows-1251.
+    WriteAll(dir_ / "cp.ini", Utf8ToCp1251("[Скважина]\r\nИмя=Юг\r\n"));
+    EXPECT_EQ(TMemIniFile(dir_ / "cp.ini").ReadString("Скважина", "Имя", ""), "Юг");
 }
 
 TEST_F(IniFile, TypedValues) {
@@ -194,6 +210,7 @@ TEST_F(IniFile, RefusesWhatALineCannotHold) {
     EXPECT_THROW(ini.WriteString("S", ";k", "x"), EConvertError);
     EXPECT_THROW(ini.WriteString("a]b", "k", "x"), EConvertError);
     EXPECT_THROW(ini.WriteString("S", "k", std::string("a\0b", 3)), EConvertError);
+    EXPECT_THROW(ini.WriteString("S", "k", "😀"), EEncodingError);  // not in Windows-1251
     EXPECT_EQ(ini.ToText(), "");
 }
 

@@ -94,7 +94,7 @@ public:
     // As FillToXml, checked against database: a level item whose level the database lacks is
     // skipped when flags hold fcfCheckAll or fcfCheckLevels; values of date levels,
     // "hist_date" and "file_date" are parsed as date ranges (raising the date parser's error)
-    // and written in the short date format. A null database checks nothing.
+    // and written in the short date format. A null database writes exactly what FillToXml writes.
     void FillToXmlWithCheck(const TDatabase* database, pugi::xml_node node,
                             TFilterCheckFlags flags) const;
     // Clears, then reads node's child "Filter" as FillToXml writes it.

@@ -6,13 +6,15 @@
 // packets), either optionally followed by raw bytes.
 //
 // Threads: the object is used from one thread. Terminate is the only call that may come from
-// another thread (or from a user-interface event) while a request runs.
+// another thread (or from a user-interface event) while a request runs; a request started
+// from another thread then is refused with code 40 "Protocol is busy" and changes nothing.
 //
 // Host applications supply the interactive parts as callbacks: the login dialog, the message
 // box, and optionally a packet trace. Without a login dialog the session logs in with the
 // credentials given to Login, or the remembered last ones; without a message box the text
 // goes to standard error.
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -21,6 +23,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include <pugixml.hpp>
@@ -129,7 +132,7 @@ public:
     bool GetLoginCanceled() const { return FLoginCanceled; }
     // All rights until the first login; then the rights the server granted.
     TUserRights GetUserRights() const { return FUserRights; }
-    bool GetBusy() const { return FBusy; }
+    bool GetBusy() const { return FBusy.load(); }
     // The next request connects anew (set initially and when host or port change).
     bool GetNeedReconnect() const { return FNeedReconnect; }
     // Whether Terminate aborted the last request.
@@ -271,8 +274,10 @@ public:
     void RequestDatabases(TDatabases& Databases);
 
     // The commands with progress install Handler on OnInfo for their request and always clear
-    // it afterwards. Only AddDatabase and ReloadBadFilesWithProgress tell the server that
-    // progress packets are welcome, and only when a handler is given.
+    // it afterwards; while another request runs they are refused with code 40 "Protocol is
+    // busy" before touching OnInfo, so the running request keeps its handler. Only AddDatabase
+    // and ReloadBadFilesWithProgress tell the server that progress packets are welcome, and
+    // only when a handler is given.
     // Returns the new database's identifier.
     std::int32_t AddDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
     void UpdateDatabase(const TDatabaseInfo& Info, TInfoPacketEvent Handler);
@@ -571,6 +576,9 @@ private:
     void ReceivePayload(PacketReader& rest, std::int64_t size, std::ostream* out);
     void ShowMessage(const std::string& text);
     void Trace(bool request, std::string_view text) const;
+    // Runs request (the exchange of a command with progress) with Handler as OnInfo; refused
+    // with code 40 while another request runs.
+    void RunWithProgress(TInfoPacketEvent Handler, const std::function<void()>& request);
 
     std::unique_ptr<detail::Connection> connection_;
     std::string host_ = "localhost";
@@ -583,11 +591,14 @@ private:
     bool FLoginCanceled = false;
     TUserRights FUserRights;
     bool FNeedReconnect = true;
-    bool FBusy = false;
+    // Atomic, so that a request from another thread is refused cleanly.
+    std::atomic<bool> FBusy{false};
     std::string FAnswer;
-    // Set by the exchange around its own re-login, whose requests may run while FBusy is set;
-    // each request clears it for its own duration, so nothing it calls out to may re-enter.
-    bool reloginMayEnter_ = false;
+    // The thread whose requests may run while FBusy is set: the exchange's own re-login, or a
+    // command with progress that took FBusy before installing its handler. Each request clears
+    // it for its own duration, so nothing it calls out to may re-enter; another thread never
+    // matches it.
+    std::atomic<std::thread::id> mayEnter_{};
     // A "login" or "generate_auth_value" of Login is running: code 27 is an error then.
     bool loggingIn_ = false;
 

@@ -60,6 +60,9 @@ OSTRADB_API std::string SaveToXMLString(const Persistent& obj, std::string_view 
 OSTRADB_API void LoadFromXMLString(Persistent& obj, std::string_view name, bool oneLine,
                                    std::string_view text);
 
+// SaveToXMLFile writes the UTF-8 document of SaveToXMLString. LoadFromXMLFile reads a file in
+// the encoding its declaration names (UTF-8 without one; "windows-1251" from the system's other
+// programs, or DOS 866); EFileError for a file that cannot be read or another encoding.
 OSTRADB_API void SaveToXMLFile(const Persistent& obj, std::string_view name,
                                const std::filesystem::path& fileName);
 OSTRADB_API void LoadFromXMLFile(Persistent& obj, std::string_view name,

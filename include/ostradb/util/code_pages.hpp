@@ -30,5 +30,8 @@ OSTRADB_API std::string Utf8ToCp866(std::string_view utf8);
 
 // Whether every character of utf8 has a byte in the code page (and utf8 is well-formed).
 OSTRADB_API bool CanEncode(CodePage page, std::string_view utf8);
+// Whether text is well-formed UTF-8 (no overlong forms, surrogates or values past U+10FFFF).
+// Cyrillic Windows-1251 text almost never is, which tells the two apart in files.
+OSTRADB_API bool IsValidUtf8(std::string_view text);
 
 }  // namespace ostradb

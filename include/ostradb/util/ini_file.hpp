@@ -3,12 +3,12 @@
 // An INI file held in memory: read once when opened, changed in memory, written back whole by
 // UpdateFile through a temporary file renamed into place, so a failure while writing leaves
 // the previous file intact. Section and key names are compared ignoring ASCII case and have
-// surrounding blanks trimmed. The file is UTF-8.
+// surrounding blanks trimmed.
 //
-// Every value reads back exactly as written, also through the file: a value with blanks at
-// either end, or one that itself starts and ends with a double quote (such as the comma text
-// "a,b" with its quotes), is stored in one extra pair of double quotes, and reading a value
-// from the file strips one such pair.
+// The file is the one the system's other programs read and write: Windows-1251 on disk (a file
+// that is valid UTF-8, say edited by hand on a UTF-8 system, is read as UTF-8), values stored
+// as given, with no quotes added or removed. Blanks at either end of a value do not survive the
+// file.
 
 #include <cstdint>
 #include <filesystem>
@@ -36,7 +36,7 @@ public:
                            std::string_view def) const;
     // Raises EConvertError for what a line of an INI file cannot hold: a line break or zero
     // character anywhere, "]" in the section, "=" in the key, an empty key or one starting
-    // with ";", "#" or "[".
+    // with ";", "#" or "["; EEncodingError for a character Windows-1251 has no byte for.
     void WriteString(std::string_view section, std::string_view key, std::string_view value);
     // A value that is not an integer reads as def.
     std::int32_t ReadInteger(std::string_view section, std::string_view key,
@@ -58,10 +58,11 @@ public:
     void DeleteKey(std::string_view section, std::string_view key);
     void Clear();
 
-    // Writes the whole INI to FileName (temporary file, then rename), creating missing parent
-    // directories. Raises EFileError.
+    // Writes the whole INI to FileName in Windows-1251 (temporary file, then rename), creating
+    // missing parent directories. Raises EFileError, or EEncodingError for text read from a
+    // UTF-8 file that Windows-1251 cannot hold; the file is then left as it was.
     void UpdateFile() const;
-    // The INI text as UpdateFile would write it.
+    // The INI text that UpdateFile writes, in UTF-8.
     std::string ToText() const;
 
 private:
