@@ -6,6 +6,7 @@
 #include <istream>
 #include <memory>
 #include <ostream>
+#include <utility>
 
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/serial/xml.hpp"
@@ -105,6 +106,9 @@ void TOstraDbProtocol::SendPacket(std::string_view packet, std::istream* stream)
 void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* Stream,
                                    std::string& Answer, pugi::xml_document& AnswerDoc,
                                    std::ostream* OutStream) {
+    // A list command's answer is read as it arrives; nothing this request calls out to
+    // (a new login) shares it.
+    detail::AnswerSink* const sink = std::exchange(answerSink_, nullptr);
     // A character that the wire cannot carry is refused before anything changes.
     const std::string packet = wire::EncodeText(PacketText);
 
@@ -141,6 +145,7 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
         SendPacket(packet, Stream);
     };
     auto readPacket = [&](std::string& bytes) {
+        if (sink) return ReadStreamedPacket(rest, *sink, AnswerDoc, false);
         try {
             while (!rest.Next(bytes)) {
                 char* room = rest.Prepare(kReadSize);
@@ -193,16 +198,20 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                     if (state != kInfoState) send();
                     rest.Clear();
                     readPacket(bytes);
+                } else if (sink) {
+                    ReadStreamedPacket(rest, *sink, AnswerDoc, true);
                 } else {
                     bytes.assign(rest.Pending());
                     rest.Clear();
                 }
             }
 
-            // Step 4.4.
-            Answer = wire::DecodeText(bytes);
-            Trace(false, Answer);
-            wire::ParsePacket(Answer, AnswerDoc);
+            // Step 4.4 (a streamed answer is parsed by now).
+            if (!sink) {
+                Answer = wire::DecodeText(bytes);
+                Trace(false, Answer);
+                wire::ParsePacket(Answer, AnswerDoc);
+            }
             const pugi::xml_node root = AnswerDoc.document_element();
 
             // Step 4.5: progress reports; the request is not sent again.

@@ -47,7 +47,9 @@ class PacketReader;
 
 namespace detail {
 class Connection;
-}
+class AnswerSink;
+class Request;
+}  // namespace detail
 
 // A path of level identifiers from the top of a database's hierarchy, and other lists of
 // integers that commands take.
@@ -567,8 +569,18 @@ public:
                                              TObjectHandle& OutHandle);
 
 private:
+    // The list commands stream their answers through their request (src/protocol/command.hpp).
+    friend class detail::Request;
+
     void SendPacket(std::string_view packet, std::istream* stream);
     void ReceivePayload(PacketReader& rest, std::int64_t size, std::ostream* out);
+    // Reads the next packet as it arrives: records to sink, the rest parsed into doc. With
+    // pendingOnly, the bytes already buffered are all there is.
+    void ReadStreamedPacket(PacketReader& rest, detail::AnswerSink& sink, pugi::xml_document& doc,
+                            bool pendingOnly);
+    // Reads and drops the rest of a packet whose reading failed half-way, so that the
+    // connection stays usable.
+    void SkipPacket(PacketReader& rest);
     void ShowMessage(const std::string& text);
     void Trace(bool request, std::string_view text) const;
 
@@ -599,6 +611,8 @@ private:
     TLoginDialogEvent loginDialog_;
     TMessageBoxEvent messageBox_;
     TPacketTraceEvent packetTrace_;
+    // Where the final answer of the next request goes as it arrives (set by a list command).
+    detail::AnswerSink* answerSink_ = nullptr;
 };
 
 // The process-wide client, created on the first call.
