@@ -26,6 +26,18 @@ bool IsName(char c) {
     return IsNameStart(c) || (c >= '0' && c <= '9') || c == '-' || c == '.';
 }
 
+// Windows-1251 bytes to UTF-8. Names and most values are short and ASCII: copied as they
+// are, without the converter's set-up.
+void AppendText(std::string& out, const char* b, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i) {
+        if (static_cast<unsigned char>(b[i]) >= 0x80) {
+            AppendDecoded(CodePage::Windows1251, std::string_view(b, n), out);
+            return;
+        }
+    }
+    out.append(b, n);
+}
+
 void AppendUtf8(std::string& out, std::uint32_t c) {
     auto put = [&](std::uint32_t b) { out += static_cast<char>(static_cast<std::uint8_t>(b)); };
     if (c < 0x80) {
@@ -396,7 +408,7 @@ bool AnswerReader::ReadStartTag(xml::Record& record, std::int32_t parent, std::s
     };
     auto name = [&](std::size_t from, std::size_t to) {
         const std::uint32_t at = record.TextSize();
-        AppendDecoded(CodePage::Windows1251, std::string_view(b + from, to - from), text);
+        AppendText(text, b + from, to - from);
         return record.EndText(at);
     };
 
@@ -465,9 +477,7 @@ bool AnswerReader::ReadValue(xml::Record& record, std::size_t& at, char quote) {
     while (s < end && b[s] != '&' && b[s] != '\t' && b[s] != '\n' && b[s] != '\r' && b[s] != '\0')
         ++s;
     std::size_t from = at;
-    auto flush = [&](std::size_t to) {
-        AppendDecoded(CodePage::Windows1251, std::string_view(b + from, to - from), text);
-    };
+    auto flush = [&](std::size_t to) { AppendText(text, b + from, to - from); };
     while (s < end) {
         const char c = b[s];
         if (c == '\0') Fail("a zero byte", s);
