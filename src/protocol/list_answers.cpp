@@ -9,9 +9,8 @@ void FileRecords::Read(const xml::Record& record) {
     ReadFile(list_.Add(), record.Root(), levels_);
 }
 
-void ParsedRecords::Read(const xml::Record& record) {
-    xml::Parse(doc_, wire::DecodeText(record.raw));
-    take_(doc_.document_element());
+void ParseRecord(const xml::Record& record, pugi::xml_document& doc) {
+    xml::Parse(doc, wire::DecodeText(record.raw));
 }
 
 }  // namespace ostradb::detail

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <pugixml.hpp>
@@ -13,6 +14,9 @@
 #include "protocol/answer_stream.hpp"
 
 namespace ostradb::detail {
+
+// The record's text parsed into doc.
+void ParseRecord(const xml::Record& record, pugi::xml_document& doc);
 
 // The "file" children of "answer", read into a list.
 class FileRecords : public AnswerSink {
@@ -29,38 +33,33 @@ private:
     const PathLevels levels_;
 };
 
-// Records read as their trees by take; drop empties the result.
-class TreeRecords : public AnswerSink {
+// Records handed to take, either as their trees (Node xml::RecordNode) or parsed on their own
+// (pugi::xml_node, for readers of parsed elements; the records are small) as the root of
+// their document; drop empties the result.
+template <class Node>
+class RecordsTo : public AnswerSink {
 public:
-    TreeRecords(std::vector<std::string> path, std::function<void()> drop,
-                std::function<void(xml::RecordNode)> take)
+    RecordsTo(std::vector<std::string> path, std::function<void()> drop,
+              std::function<void(Node)> take)
         : AnswerSink(std::move(path)), drop_(std::move(drop)), take_(std::move(take)) {}
 
 protected:
     void Drop() override { drop_(); }
-    void Read(const xml::Record& record) override { take_(record.Root()); }
+    void Read(const xml::Record& record) override {
+        if constexpr (std::is_same_v<Node, pugi::xml_node>) {
+            ParseRecord(record, doc_);
+            take_(doc_.document_element());
+        } else {
+            take_(record.Root());
+        }
+    }
 
 private:
     std::function<void()> drop_;
-    std::function<void(xml::RecordNode)> take_;
-};
-
-// Records read by a reader of parsed elements: each record is parsed on its own (they are
-// small) and handed over as the root of its document; drop empties the result.
-class ParsedRecords : public AnswerSink {
-public:
-    ParsedRecords(std::vector<std::string> path, std::function<void()> drop,
-                  std::function<void(pugi::xml_node)> take)
-        : AnswerSink(std::move(path)), drop_(std::move(drop)), take_(std::move(take)) {}
-
-protected:
-    void Drop() override { drop_(); }
-    void Read(const xml::Record& record) override;
-
-private:
-    std::function<void()> drop_;
-    std::function<void(pugi::xml_node)> take_;
+    std::function<void(Node)> take_;
     pugi::xml_document doc_;
 };
+using TreeRecords = RecordsTo<xml::RecordNode>;
+using ParsedRecords = RecordsTo<pugi::xml_node>;
 
 }  // namespace ostradb::detail

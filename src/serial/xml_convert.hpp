@@ -42,28 +42,31 @@ auto Required(Node node, const char* name) {
     return a;
 }
 
+// The required attribute as a number, by parse (one of the TryStrTo... conversions).
+template <class T, class Node, class Parse>
+T Number(Node node, const char* name, Parse parse, const char* what) {
+    const char* text = Required(node, name).value();
+    T v;
+    if (!parse(text, v)) Malformed(node, name, text, what);
+    return v;
+}
+
 template <class Node>
 std::int32_t AttrInt(Node node, const char* name) {
-    const char* text = Required(node, name).value();
-    std::int32_t v;
-    if (!TryStrToInt(text, v)) Malformed(node, name, text, "integer");
-    return v;
+    return Number<std::int32_t>(
+        node, name, [](const char* t, std::int32_t& v) { return TryStrToInt(t, v); }, "integer");
 }
 
 template <class Node>
 std::int64_t AttrInt64(Node node, const char* name) {
-    const char* text = Required(node, name).value();
-    std::int64_t v;
-    if (!TryStrToInt64(text, v)) Malformed(node, name, text, "integer");
-    return v;
+    return Number<std::int64_t>(
+        node, name, [](const char* t, std::int64_t& v) { return TryStrToInt64(t, v); }, "integer");
 }
 
 template <class Node>
 double AttrFloat(Node node, const char* name) {
-    const char* text = Required(node, name).value();
-    double v;
-    if (!TryStrToFloat(text, v)) Malformed(node, name, text, "floating point");
-    return v;
+    return Number<double>(
+        node, name, [](const char* t, double& v) { return TryStrToFloat(t, v); }, "floating point");
 }
 
 template <class Node>
