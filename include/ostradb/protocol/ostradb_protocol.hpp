@@ -163,7 +163,9 @@ public:
     std::chrono::milliseconds GetReadTimeout() const { return readTimeout_; }
     std::chrono::milliseconds GetWriteTimeout() const { return writeTimeout_; }
     // Largest answer packet text accepted (payloads do not count); a longer one raises Error
-    // and closes the connection.
+    // and closes the connection. List answers (files, level values, search results, the
+    // databases list) are read as they arrive and never held whole: for them it bounds what
+    // is held at once, one listed item or the rest of the packet.
     void SetMaxAnswerSize(std::size_t Bytes) { maxAnswerSize_ = Bytes; }
     std::size_t GetMaxAnswerSize() const { return maxAnswerSize_; }
 
