@@ -7,6 +7,7 @@
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/util/numbers.hpp"
 #include "ostradb/util/text.hpp"
+#include "serial/xml_record.hpp"
 
 namespace ostradb::detail {
 
@@ -19,20 +20,23 @@ bool Is(const char* a, const char* b) {
     return false;
 }
 
-bool IsElement(pugi::xml_node node, const char* name) {
+template <class Node>
+bool IsElement(Node node, const char* name) {
     return node.type() == pugi::node_element && Is(node.name(), name);
 }
 
 // Conversions of attribute text found by a walk over the attributes. A missing (null) or
 // malformed text falls back to the XML layer, which raises the conversion error naming the
 // attribute.
-std::int32_t ToInt(pugi::xml_node node, const char* name, const char* text) {
+template <class Node>
+std::int32_t ToInt(Node node, const char* name, const char* text) {
     std::int32_t v;
     if (text && TryStrToInt(text, v)) return v;
     return xml::AttrInt(node, name);
 }
 
-std::int64_t ToInt64(pugi::xml_node node, const char* name, const char* text) {
+template <class Node>
+std::int64_t ToInt64(Node node, const char* name, const char* text) {
     std::int64_t v;
     if (text && TryStrToInt64(text, v)) return v;
     return xml::AttrInt64(node, name);
@@ -69,14 +73,16 @@ bool PlainDecimal(const char* s, double& value) {
     return true;
 }
 
-float ToSingle(pugi::xml_node node, const char* name, const char* text) {
+template <class Node>
+float ToSingle(Node node, const char* name, const char* text) {
     double v;
     if (!text || (!PlainDecimal(text, v) && !TryStrToFloat(text, v)))
         v = xml::AttrFloat(node, name);
     return static_cast<float>(v);
 }
 
-bool ToBool(pugi::xml_node node, const char* name, const char* text) {
+template <class Node>
+bool ToBool(Node node, const char* name, const char* text) {
     if (text && Is(text, "true")) return true;
     if (text && Is(text, "false")) return false;
     return xml::AttrBool(node, name);
@@ -103,9 +109,10 @@ template <std::size_t N>
 struct Attrs {
     const char* values[N] = {};
 
-    Attrs(pugi::xml_node node, const char* const (&names)[N]) {
+    template <class Node>
+    Attrs(Node node, const char* const (&names)[N]) {
         std::size_t next = 0;
-        for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+        for (auto a = node.first_attribute(); a; a = a.next_attribute()) {
             const char* n = a.name();
             std::size_t i = next;
             if (i >= N || !Is(n, names[i]))
@@ -122,19 +129,21 @@ struct Attrs {
 constexpr const char* kParamAttrs[] = {"key", "value"};
 constexpr const char* kValueAttr[] = {"value"};
 
-std::size_t CountElements(pugi::xml_node parent, const char* name) {
+template <class Node>
+std::size_t CountElements(Node parent, const char* name) {
     std::size_t n = 0;
-    for (pugi::xml_node c = parent.first_child(); c; c = c.next_sibling())
+    for (Node c = parent.first_child(); c; c = c.next_sibling())
         n += IsElement(c, name);
     return n;
 }
 
 // Lists are built at their final size and handed over whole: a string list grows one line
 // at a time, which costs a reallocation per doubling.
-void ReadParams(TLevelFile& file, pugi::xml_node params) {
+template <class Node>
+void ReadParams(TLevelFile& file, Node params) {
     std::vector<std::string> lines;
     lines.reserve(CountElements(params, "param"));
-    for (pugi::xml_node p = params.first_child(); p; p = p.next_sibling()) {
+    for (Node p = params.first_child(); p; p = p.next_sibling()) {
         if (!IsElement(p, "param")) continue;
         const Attrs<2> a(p, kParamAttrs);
         lines.push_back(Pair(OrEmpty(a[0]), OrEmpty(a[1])));
@@ -142,8 +151,9 @@ void ReadParams(TLevelFile& file, pugi::xml_node params) {
     file.Params = TStringList(std::move(lines));
 }
 
-void ReadCurvePlanshets(TLevelFileCurve& curve, pugi::xml_node planshets) {
-    for (pugi::xml_node p = planshets.first_child(); p; p = p.next_sibling())
+template <class Node>
+void ReadCurvePlanshets(TLevelFileCurve& curve, Node planshets) {
+    for (Node p = planshets.first_child(); p; p = p.next_sibling())
         if (IsElement(p, "item")) curve.Planshets.Add(p.attribute("name").value());
 }
 
@@ -188,10 +198,11 @@ PathLevels::PathLevels(const TDbStruct* structure) : given(structure != nullptr)
         names.push_back(LowerCase(structure->GetItem(i).Type));
 }
 
-void ReadPath(TLevelFile& file, pugi::xml_node node, const PathLevels& levels) {
+template <class Node>
+void ReadPath(TLevelFile& file, Node node, const PathLevels& levels) {
     std::vector<std::string> values;
     values.reserve(CountElements(node, "item"));
-    for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
+    for (Node c = node.first_child(); c; c = c.next_sibling())
         if (IsElement(c, "item")) values.emplace_back(OrEmpty(Attrs<1>(c, kValueAttr)[0]));
     std::vector<std::string> names;
     if (levels.given && levels.names.size() == values.size()) {
@@ -203,7 +214,8 @@ void ReadPath(TLevelFile& file, pugi::xml_node node, const PathLevels& levels) {
     file.PathNames = TStringList(std::move(names));
 }
 
-void ReadCurve(TLevelFileCurve& curve, pugi::xml_node node) {
+template <class Node>
+void ReadCurve(TLevelFileCurve& curve, Node node) {
     const CurveAttrs a(node, kCurveAttrs);
     curve.Name = OrEmpty(a[caName]);
     curve.Start = ToSingle(node, "start", a[caStart]);
@@ -219,25 +231,35 @@ void ReadCurve(TLevelFileCurve& curve, pugi::xml_node node) {
     ReadCurvePlanshets(curve, node.child("planshets"));
 }
 
-void ReadRowCells(TLevelFileRow& row, pugi::xml_node node) {
+template <class Node>
+void ReadRowCells(TLevelFileRow& row, Node node) {
     row.Values.Clear();
-    for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
-        if (IsElement(c, "value")) row.Values.Add().LoadFromXML(c);
+    for (Node c = node.first_child(); c; c = c.next_sibling()) {
+        if (!IsElement(c, "value")) continue;
+        TTableValue& cell = row.Values.Add();
+        cell.Name = c.attribute("name").value();
+        cell.Value = c.attribute("value").value();
+        cell.Type = c.attribute("type").value();
+    }
 }
 
-void ReadTable(TLevelFileTable& table, pugi::xml_node node) {
+template <class Node>
+void ReadTable(TLevelFileTable& table, Node node) {
     table.Name = node.attribute("name").value();
     table.Curves.Clear();
-    for (pugi::xml_node c = node.child("data").first_child(); c; c = c.next_sibling()) {
+    for (Node c = node.child("data").first_child(); c; c = c.next_sibling()) {
         if (!IsElement(c, "curve")) continue;
         TLevelFileCurve& curve = table.Curves.Add();
         curve.Table = table.Name;
         ReadCurve(curve, c);
     }
-    table.Rows.ReadFromXml(node.child("rows"));
+    table.Rows.Clear();
+    for (Node c = node.child("rows").child("row"); c; c = c.next_sibling("row"))
+        ReadRowCells(table.Rows.Add(), c);
 }
 
-void ReadFile(TLevelFile& file, pugi::xml_node node, const PathLevels& levels) {
+template <class Node>
+void ReadFile(TLevelFile& file, Node node, const PathLevels& levels) {
     file.Tables.Clear();
     file.Planshets.Clear();
     file.Params.Clear();
@@ -253,7 +275,7 @@ void ReadFile(TLevelFile& file, pugi::xml_node node, const PathLevels& levels) {
     file.UserRights = a[faUserRights] ? ToInt64(node, "UserRights", a[faUserRights]) : -1;
 
     bool paramsRead = false;
-    for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
+    for (Node c = node.first_child(); c; c = c.next_sibling()) {
         if (c.type() != pugi::node_element) continue;
         const char* n = c.name();
         if (Is(n, "table")) {
@@ -261,13 +283,24 @@ void ReadFile(TLevelFile& file, pugi::xml_node node, const PathLevels& levels) {
         } else if (Is(n, "path")) {
             ReadPath(file, c, levels);
         } else if (Is(n, "planshet")) {
-            file.Planshets.Add().ReadFromXml(c);
+            file.Planshets.Add().Name = c.attribute("name").value();
         } else if (!paramsRead && Is(n, "params")) {
             paramsRead = true;
             ReadParams(file, c);
         }
     }
 }
+
+// Both forms of answer: parsed whole, and streamed.
+#define OSTRADB_READERS(Node)                                     \
+    template void ReadFile(TLevelFile&, Node, const PathLevels&); \
+    template void ReadPath(TLevelFile&, Node, const PathLevels&); \
+    template void ReadTable(TLevelFileTable&, Node);              \
+    template void ReadCurve(TLevelFileCurve&, Node);              \
+    template void ReadRowCells(TLevelFileRow&, Node);
+OSTRADB_READERS(pugi::xml_node)
+OSTRADB_READERS(xml::RecordNode)
+#undef OSTRADB_READERS
 
 // ---- the views list of "get_ws_info" ----
 

@@ -10,6 +10,7 @@
 #include <pugixml.hpp>
 
 #include "ostradb/model/level_files.hpp"
+#include "serial/xml_record.hpp"
 
 namespace ostradb::detail {
 
@@ -20,11 +21,17 @@ struct PathLevels {
     std::vector<std::string> names;
 };
 
-void ReadFile(TLevelFile& file, pugi::xml_node node, const PathLevels& levels);
-void ReadPath(TLevelFile& file, pugi::xml_node node, const PathLevels& levels);
-void ReadTable(TLevelFileTable& table, pugi::xml_node node);
-void ReadCurve(TLevelFileCurve& curve, pugi::xml_node node);
-void ReadRowCells(TLevelFileRow& row, pugi::xml_node node);
+// For a parsed answer's pugi::xml_node and a streamed answer's xml::RecordNode alike.
+template <class Node>
+void ReadFile(TLevelFile& file, Node node, const PathLevels& levels);
+template <class Node>
+void ReadPath(TLevelFile& file, Node node, const PathLevels& levels);
+template <class Node>
+void ReadTable(TLevelFileTable& table, Node node);
+template <class Node>
+void ReadCurve(TLevelFileCurve& curve, Node node);
+template <class Node>
+void ReadRowCells(TLevelFileRow& row, Node node);
 
 void ReadViewsListFile(TLevelFile& file, pugi::xml_node node);
 void ReadViewsListTable(TLevelFileTable& table, pugi::xml_node node);

@@ -12,6 +12,7 @@
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/serial/xml_serializer.hpp"
 #include "protocol/command.hpp"
+#include "protocol/list_answers.hpp"
 #include "protocol/scope_exit.hpp"
 
 namespace ostradb {
@@ -52,8 +53,10 @@ void TOstraDbProtocol::RequestDbStruct(std::int32_t DbId, TDbStruct& Struct) {
 void TOstraDbProtocol::RequestDatabasesListEx(TDatabasesList& List, bool WithStructs) {
     {
         detail::Request req(*this, "get_db_list");
-        const detail::Answer ans = req.Exchange();
-        List.ReadFromXml(ans.answer);
+        detail::ParsedRecords items(
+            {"databases", "item"}, [&] { List.Items.Clear(); },
+            [&](pugi::xml_node item) { List.Items.Add().ReadFromXml(item); });
+        req.Exchange(items);
     }
     if (!WithStructs) return;
     for (TDatabaseInfo& db : List.Items)

@@ -22,6 +22,9 @@
 
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/serial/xml.hpp"
+#include "ostradb/util/exceptions.hpp"
+#include "protocol/answer_stream.hpp"
+#include "protocol/scope_exit.hpp"
 
 namespace ostradb::detail {
 
@@ -63,6 +66,25 @@ public:
         Answer result;
         client_.SendXmlAndReadAnswer(doc, *result.doc, result.answer, send, receive);
         return result;
+    }
+
+    // Exchange for a list answer: its records go to sink as they arrive, the answer holds the
+    // rest. A failed request drops the records it delivered, but for a record the reader
+    // refused (EConvertError): the records before it stay, as a reader of the whole answer
+    // leaves them.
+    Answer Exchange(AnswerSink& sink) {
+        client_.answerSink_ = &sink;
+        ScopeExit clear([&] { client_.answerSink_ = nullptr; });
+        try {
+            Answer answer = Exchange();
+            sink.Complete();
+            return answer;
+        } catch (const EConvertError&) {
+            throw;
+        } catch (...) {
+            sink.Start();
+            throw;
+        }
     }
 
     pugi::xml_document doc;

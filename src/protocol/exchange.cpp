@@ -7,6 +7,7 @@
 #include <memory>
 #include <ostream>
 #include <thread>
+#include <utility>
 
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/serial/xml.hpp"
@@ -106,6 +107,9 @@ void TOstraDbProtocol::SendPacket(std::string_view packet, std::istream* stream)
 void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* Stream,
                                    std::string& Answer, pugi::xml_document& AnswerDoc,
                                    std::ostream* OutStream) {
+    // A list command's answer is read as it arrives; nothing this request calls out to
+    // (a new login) shares it.
+    detail::AnswerSink* const sink = std::exchange(answerSink_, nullptr);
     // A character that the wire cannot carry is refused before anything changes.
     const std::string packet = wire::EncodeText(PacketText);
 
@@ -141,6 +145,7 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
         SendPacket(packet, Stream);
     };
     auto readPacket = [&](std::string& bytes) {
+        if (sink) return ReadStreamedPacket(rest, *sink, AnswerDoc, false);
         try {
             while (!rest.Next(bytes)) {
                 char* room = rest.Prepare(kReadSize);
@@ -201,16 +206,21 @@ void TOstraDbProtocol::SendCommand(std::string_view PacketText, std::istream* St
                     send();
                     rest.Clear();
                     readPacket(bytes);
+                } else if (sink) {
+                    ReadStreamedPacket(rest, *sink, AnswerDoc, true);
                 } else {
                     bytes.assign(rest.Pending());
                     rest.Clear();
                 }
             }
 
-            // The packet's text, decoded from the wire's code page and parsed.
-            Answer = wire::DecodeText(bytes);
-            Trace(false, Answer);
-            wire::ParsePacket(Answer, AnswerDoc);
+            // The packet's text, decoded from the wire's code page and parsed (a streamed
+            // answer is parsed by now).
+            if (!sink) {
+                Answer = wire::DecodeText(bytes);
+                Trace(false, Answer);
+                wire::ParsePacket(Answer, AnswerDoc);
+            }
             const pugi::xml_node root = AnswerDoc.document_element();
 
             // A progress report goes to OnInfo; the final answer is still to come.

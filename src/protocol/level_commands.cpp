@@ -12,6 +12,7 @@
 #include "ostradb/serial/xml_serializer.hpp"
 #include "protocol/command.hpp"
 #include "protocol/command_parts.hpp"
+#include "protocol/list_answers.hpp"
 
 namespace ostradb {
 
@@ -85,6 +86,14 @@ void WriteCheckedFilter(pugi::xml_node node, const TDatabase& database, const TF
     filter.FillToXmlWithCheck(&database, node, {fcfCheckAll});
 }
 
+// The level values of an answer into list, each level as it arrives.
+void ReadLevels(detail::Request& req, TLevelsList& list, const TDatabaseInfo* info) {
+    detail::ParsedRecords items(
+        {"level_values", "item"}, [&] { list.Clear(); },
+        [&](pugi::xml_node item) { list.AddNew().ReadFromXml(item, info); });
+    req.Exchange(items);
+}
+
 }  // namespace
 
 // ---- Level lists and level files
@@ -95,8 +104,8 @@ void TOstraDbProtocol::RequestFiles(TLevelFilesList& List, std::int32_t DbId,
     List.Clear();
     detail::Request req(*this, "get_log_level_files");
     WriteFilesRequest(req, DbId, Levels, Flags, FnFilter);
-    detail::Answer ans = req.Exchange();
-    List.ReadFromXml(ans.answer, nullptr);
+    detail::FileRecords files(List, nullptr);
+    req.Exchange(files);
 }
 
 void TOstraDbProtocol::RequestFilesForLogStruct(TLevelFilesList& List, const TDatabaseInfo& DbInfo,
@@ -107,8 +116,8 @@ void TOstraDbProtocol::RequestFilesForLogStruct(TLevelFilesList& List, const TDa
     detail::Request req(*this, "get_log_level_files");
     WriteFilesRequest(req, DbInfo.Id, Levels, Flags, FnFilter);
     WriteLogStruct(req.command, &LogStruct);
-    detail::Answer ans = req.Exchange();
-    List.ReadFromXml(ans.answer, &DbInfo.Structure);
+    detail::FileRecords files(List, &DbInfo.Structure);
+    req.Exchange(files);
     for (TLevelFile& file : List.Files)
         file.DbId = DbInfo.Id;
 }
@@ -123,8 +132,7 @@ void TOstraDbProtocol::RequestLevelsList(std::int32_t DbId, const TIntegerArray&
     req.SetBool("use_filters", UseFilters);
     if (LogDbStruct) WriteLogDbStruct(req.command, *LogDbStruct);
     detail::WriteLevelPath(req.command, Levels);
-    detail::Answer ans = req.Exchange();
-    List.ReadFromXml(ans.answer, nullptr);
+    ReadLevels(req, List, nullptr);
 }
 
 void TOstraDbProtocol::RequestLevelsForLogStruct(TLevelsList& List, const TDatabaseInfo& DbInfo,
@@ -135,8 +143,7 @@ void TOstraDbProtocol::RequestLevelsForLogStruct(TLevelsList& List, const TDatab
     req.SetBool("use_filters", UseFilters);
     WriteLogStruct(req.command, LogStruct);
     detail::WriteLevelPath(req.command, Levels);
-    detail::Answer ans = req.Exchange();
-    List.ReadFromXml(ans.answer, &DbInfo);
+    ReadLevels(req, List, &DbInfo);
 }
 
 // The request has never carried a database identifier: DbId is accepted and not sent.
@@ -281,8 +288,8 @@ void TOstraDbProtocol::RequestKeyValuesForFiles(const TDbStruct* DbStruct, const
     detail::Request req(*this, "get_key_values_for_files");
     SaveToXML(files, "FilesList", req.command);
     SaveToXML(ColumnNames, "ColumnNames", req.command);
-    detail::Answer ans = req.Exchange();
-    List.ReadFromXml(ans.answer, DbStruct);
+    detail::FileRecords records(List, DbStruct);
+    req.Exchange(records);
 }
 
 void TOstraDbProtocol::RequestSimpleCurvesList(std::int32_t DbId, const TIntegerArray& Levels,

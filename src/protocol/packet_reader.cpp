@@ -47,6 +47,22 @@ bool PacketReader::Next(std::string& packet) {
     return true;
 }
 
+bool PacketReader::NextPart(std::string_view& part) {
+    const std::string_view pending = Pending();
+    const std::size_t pos = pending.find(kPacketTerminator);
+    std::size_t length = pending.size();
+    if (pos != std::string_view::npos)
+        length = pos + kPacketTerminator.size();
+    else if (length >= kPacketTerminator.size())
+        length -= kPacketTerminator.size() - 1;  // the start of a terminator may be there
+    else
+        length = 0;
+    part = pending.substr(0, length);
+    start_ += length;
+    scanned_ = 0;
+    return pos != std::string_view::npos;
+}
+
 void PacketReader::Consume(std::size_t n) {
     start_ += std::min(n, buffer_.size() - start_);
     scanned_ = 0;

@@ -36,6 +36,11 @@ public:
     // when the buffered bytes hold no terminator yet. Raises Error when they already exceed
     // MaxPacketSize without one.
     bool Next(std::string& packet);
+    // For answers read as they arrive rather than whole: the buffered bytes of the current
+    // packet that are sure to precede its end go to part (consumed; valid until the next
+    // Feed, Prepare or Clear); returns true when part ends with the terminator. The cap does
+    // not apply here: such a reader holds no whole packet and bounds what it holds itself.
+    bool NextPart(std::string_view& part);
 
     // Bytes buffered past the last packet handed out: the start of a payload or of the next
     // packet.

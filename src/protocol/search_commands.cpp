@@ -12,6 +12,7 @@
 #include "ostradb/util/exceptions.hpp"
 #include "protocol/command.hpp"
 #include "protocol/command_parts.hpp"
+#include "protocol/list_answers.hpp"
 
 namespace ostradb {
 
@@ -155,9 +156,16 @@ const PropertyList& TFindCurveResult::Properties() const {
 void TOstraDbProtocol::Search(const TSearchRequest& Request, TStringList& Files) {
     detail::Request req(*this, "search");
     Request.ToXmlNode(req.command);
-    detail::Answer ans = req.Exchange();
-    for (pugi::xml_node file = ans.answer.child("file"); file; file = file.next_sibling("file"))
-        Files.Add(xml::Attr(file, "filename"));
+    // The names are added to what Files holds.
+    const int before = Files.Count();
+    detail::TreeRecords names(
+        {"file"},
+        [&] {
+            while (Files.Count() > before)
+                Files.Delete(Files.Count() - 1);
+        },
+        [&](xml::RecordNode file) { Files.Add(file.attribute("filename").value()); });
+    req.Exchange(names);
 }
 
 void TOstraDbProtocol::SearchXML(const pugi::xml_document& RequestDoc,
@@ -183,8 +191,8 @@ void TOstraDbProtocol::SearchLevels(const TDatabase& Database, const TStringList
                                     TLevelFilesList& Files, double& ExecTime) {
     detail::Request req(*this, "search_levels");
     WriteLevelSearch(req, Database, Words);
-    detail::Answer ans = req.Exchange();
-    Files.ReadFromXml(ans.answer, &Database.GetStructure());
+    detail::FileRecords files(Files, &Database.GetStructure());
+    const detail::Answer ans = req.Exchange(files);
     ExecTime = xml::AttrFloat(ans.answer, "exec_time");
 }
 

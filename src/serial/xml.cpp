@@ -6,41 +6,11 @@
 
 #include "ostradb/util/exceptions.hpp"
 #include "ostradb/util/numbers.hpp"
+#include "serial/xml_convert.hpp"
 
 namespace ostradb::xml {
 
 namespace {
-
-std::string Where(pugi::xml_node node, const char* name) {
-    std::string s = "attribute \"";
-    s += name;
-    s += "\" of <";
-    s += node.name();
-    s += '>';
-    return s;
-}
-
-[[noreturn]] void Missing(pugi::xml_node node, const char* name) {
-    throw EConvertError("Missing " + Where(node, name));
-}
-
-[[noreturn]] void Malformed(pugi::xml_node node, const char* name, std::string_view text,
-                            const char* what) {
-    std::string msg = "'";
-    msg.append(text);
-    msg += "' is not a valid ";
-    msg += what;
-    msg += " value (";
-    msg += Where(node, name);
-    msg += ')';
-    throw EConvertError(msg);
-}
-
-pugi::xml_attribute Required(pugi::xml_node node, const char* name) {
-    pugi::xml_attribute a = node.attribute(name);
-    if (!a) Missing(node, name);
-    return a;
-}
 
 pugi::xml_attribute AttrForWrite(pugi::xml_node node, const char* name) {
     pugi::xml_attribute a = node.attribute(name);
@@ -95,39 +65,19 @@ std::string_view AttrView(pugi::xml_node node, const char* name) {
 }
 
 std::int32_t AttrInt(pugi::xml_node node, const char* name) {
-    const char* text = Required(node, name).value();
-    std::int32_t v;
-    if (!TryStrToInt(text, v)) Malformed(node, name, text, "integer");
-    return v;
+    return detail::AttrInt(node, name);
 }
 
 std::int64_t AttrInt64(pugi::xml_node node, const char* name) {
-    const char* text = Required(node, name).value();
-    std::int64_t v;
-    if (!TryStrToInt64(text, v)) Malformed(node, name, text, "integer");
-    return v;
+    return detail::AttrInt64(node, name);
 }
 
 double AttrFloat(pugi::xml_node node, const char* name) {
-    const char* text = Required(node, name).value();
-    double v;
-    if (!TryStrToFloat(text, v)) Malformed(node, name, text, "floating point");
-    return v;
+    return detail::AttrFloat(node, name);
 }
 
 bool AttrBool(pugi::xml_node node, const char* name) {
-    const std::string_view text = Required(node, name).value();
-    auto is = [&](std::string_view word) {
-        if (text.size() != word.size()) return false;
-        for (std::size_t i = 0; i < text.size(); ++i)
-            if ((text[i] | 0x20) != word[i]) return false;
-        return true;
-    };
-    if (is("true")) return true;
-    if (is("false")) return false;
-    std::int64_t v;
-    if (!TryStrToInt64(text, v)) Malformed(node, name, text, "boolean");
-    return v != 0;
+    return detail::AttrBool(node, name);
 }
 
 void SetAttr(pugi::xml_node node, const char* name, std::string_view value) {

@@ -50,7 +50,9 @@ class PacketReader;
 
 namespace detail {
 class Connection;
-}
+class AnswerSink;
+class Request;
+}  // namespace detail
 
 // A path of level identifiers from the top of a database's hierarchy, and other lists of
 // integers that commands take.
@@ -164,7 +166,9 @@ public:
     std::chrono::milliseconds GetReadTimeout() const { return readTimeout_; }
     std::chrono::milliseconds GetWriteTimeout() const { return writeTimeout_; }
     // Largest answer packet text accepted (payloads do not count); a longer one raises Error
-    // and closes the connection.
+    // and closes the connection. List answers (files, level values, search results, the
+    // databases list) are read as they arrive and never held whole: for them it bounds what
+    // is held at once, one listed item or the rest of the packet.
     void SetMaxAnswerSize(std::size_t Bytes) { maxAnswerSize_ = Bytes; }
     std::size_t GetMaxAnswerSize() const { return maxAnswerSize_; }
 
@@ -572,8 +576,18 @@ public:
                                              TObjectHandle& OutHandle);
 
 private:
+    // The list commands stream their answers through their request (src/protocol/command.hpp).
+    friend class detail::Request;
+
     void SendPacket(std::string_view packet, std::istream* stream);
     void ReceivePayload(PacketReader& rest, std::int64_t size, std::ostream* out);
+    // Reads the next packet as it arrives: records to sink, the rest parsed into doc. With
+    // pendingOnly, the bytes already buffered are all there is.
+    void ReadStreamedPacket(PacketReader& rest, detail::AnswerSink& sink, pugi::xml_document& doc,
+                            bool pendingOnly);
+    // Reads and drops the rest of a packet whose reading failed half-way, so that the
+    // connection stays usable.
+    void SkipPacket(PacketReader& rest);
     void ShowMessage(const std::string& text);
     void Trace(bool request, std::string_view text) const;
     // Runs request (the exchange of a command with progress) with Handler as OnInfo; refused
@@ -610,6 +624,8 @@ private:
     TLoginDialogEvent loginDialog_;
     TMessageBoxEvent messageBox_;
     TPacketTraceEvent packetTrace_;
+    // Where the final answer of the next request goes as it arrives (set by a list command).
+    detail::AnswerSink* answerSink_ = nullptr;
 };
 
 // The process-wide client, created on the first call.
