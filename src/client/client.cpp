@@ -4,8 +4,8 @@
 
 #include <chrono>
 #include <cmath>
-#include <iostream>
 #include <limits>
+#include <utility>
 
 #include "client/session.hpp"
 #include "ostradb/protocol/server_version.hpp"
@@ -15,13 +15,6 @@ namespace ostradb {
 namespace {
 
 using detail::ClientSession;
-
-void Warn(const WarningCallback& warn, const std::string& text) {
-    if (warn)
-        warn(text);
-    else
-        std::cerr << text << '\n';
-}
 
 void ApplyTimeout(TOstraDbProtocol& p, double seconds) {
     const auto ms = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil(seconds * 1000)));
@@ -75,6 +68,10 @@ Client& Client::operator=(Client&&) noexcept = default;
 Client::~Client() = default;
 
 ClientSession& Client::session() {
+    return const_cast<ClientSession&>(std::as_const(*this).session());
+}
+
+const ClientSession& Client::session() const {
     if (!session_) throw Error("the client was moved; it has no session any more");
     return *session_;
 }
@@ -89,7 +86,10 @@ Client::Client(const ConnectOptions& options) : session_(std::make_unique<Client
     TOstraDbProtocol& p = s.protocol;
     p.SetHostPort(s.options.host, s.options.port);
     ApplyTimeout(p, *s.options.timeout);
-    p.SetMessageBox([warn = s.options.on_warning](const std::string& text) { Warn(warn, text); });
+    // Shown when the stream of a transfer broke off while the connection is up. Nobody is
+    // there to read a message, and the server would wait for the rest of the payload: the
+    // request ends with the reason (and the transfer resets the connection).
+    p.SetMessageBox([](const std::string& text) { throw Error(text); });
     p.SetPacketTrace([session = &s](bool request, std::string_view text) {
         if (session->trace) session->trace(request, text);
         if (!request && session->payloadSize)
@@ -115,19 +115,19 @@ void Client::login() {
 }
 
 const std::string& Client::host() const {
-    return session_->options.host;
+    return session().options.host;
 }
 
 std::int32_t Client::port() const {
-    return session_->options.port;
+    return session().options.port;
 }
 
 const std::string& Client::user() const {
-    return session_->user;
+    return session().user;
 }
 
 double Client::timeout() const {
-    return *session_->options.timeout;
+    return *session().options.timeout;
 }
 
 TOstraDbProtocol& Client::protocol() {

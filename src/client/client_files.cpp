@@ -55,6 +55,26 @@ bool CanSeek(std::istream& in) {
     return in.rdbuf() && in.rdbuf()->pubseekoff(0, std::ios::end, std::ios::in) != -1;
 }
 
+// Runs a transfer's request. A failure that may leave payload bytes on the connection (a
+// stream that broke off, the connection lost half-way) resets the connection, so that the
+// next request starts afresh; the progress callback's own exception goes before the failure
+// it caused.
+template <class F>
+void Transfer(ClientSession& s, const detail::ProgressReport& report, F&& request) {
+    try {
+        request();
+        // All the bytes may have come before the callback's failure could stop them.
+        report.RethrowIfFailed();
+    } catch (const TOstraClientSocketException&) {
+        report.RethrowIfFailed();
+        throw;
+    } catch (...) {
+        s.protocol.Disconnect();
+        report.RethrowIfFailed();
+        throw;
+    }
+}
+
 std::string DeletionMessage(std::uint8_t code) {
     if (code == 0) return "deleted";
     const std::string text = DbErrCodeToString(static_cast<EOstraClientSocketExceptionCodes>(code));
@@ -73,18 +93,7 @@ std::int64_t Client::get(const std::string& file, std::ostream& out, ProgressCal
         std::ostream stream(&counted);
         s.payloadSize = [&](std::int64_t size) { report.SetTotal(size); };
         const detail::ScopeExit stopWatching([&] { s.payloadSize = nullptr; });
-        try {
-            s.protocol.GetFileContents(file, &stream);
-        } catch (const TOstraClientSocketException&) {
-            report.RethrowIfFailed();
-            throw;
-        } catch (...) {
-            // The rest of the payload may still be on its way: the next request starts on a
-            // new connection.
-            s.protocol.Disconnect();
-            report.RethrowIfFailed();
-            throw;
-        }
+        Transfer(s, report, [&] { s.protocol.GetFileContents(file, &stream); });
         if (!stream.flush()) throw Error("get: writing to the stream failed");
         return counted.Count();
     });
@@ -118,12 +127,7 @@ std::int64_t Client::put(const std::string& file, std::istream& in, ProgressCall
         report.SetTotal(size);
         detail::CountingInBuf counted(*source->rdbuf(), [&](std::int64_t n) { report.Done(n); });
         std::istream stream(&counted);
-        try {
-            s.protocol.PutFileContents(file, &stream);
-        } catch (...) {
-            report.RethrowIfFailed();
-            throw;
-        }
+        Transfer(s, report, [&] { s.protocol.PutFileContents(file, &stream); });
         return static_cast<std::int64_t>(size);
     });
 }

@@ -31,6 +31,7 @@ void RunJob(ClientSession& s, const JobProgressCallback& progress, F&& job) {
     detail::Run(s, [&] {
         try {
             job(InfoHandler(progress, guard));
+            guard.RethrowIfFailed();
         } catch (...) {
             guard.RethrowIfFailed();
             throw;

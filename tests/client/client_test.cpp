@@ -54,6 +54,17 @@ protected:
     pos_type seekpos(pos_type, std::ios_base::openmode) override { return pos_type(off_type(-1)); }
 };
 
+// A stream that knows its size but breaks off after 1000 bytes, as a failing disk does.
+class BrokenBuf : public std::stringbuf {
+public:
+    using std::stringbuf::stringbuf;
+
+protected:
+    std::streamsize xsgetn(char* s, std::streamsize n) override {
+        return std::stringbuf::xsgetn(s, std::min<std::streamsize>(n, 1000 - (gptr() - eback())));
+    }
+};
+
 class ClientTest : public ::testing::Test {
 protected:
     ClientTest() {
@@ -221,11 +232,16 @@ TEST_F(ClientTest, TransfersMoveExactBytesAndAFailedDownloadKeepsTheOldFile) {
     } failures[] = {
         {"connection dropped", name, nullptr, ""},
         {"no such file", name + ".missing", nullptr, ""},
-        {"progress callback failed", name,
+        {"progress callback failed half-way", name,
          [](std::int64_t done, std::int64_t) {
              if (done > 50000) throw std::runtime_error("stop");
          },
          "stop"},
+        {"progress callback failed at the last byte", name,
+         [](std::int64_t done, std::int64_t total) {
+             if (done == total) throw std::runtime_error("last");
+         },
+         "last"},
     };
     for (const auto& f : failures) {
         try {
@@ -244,6 +260,13 @@ TEST_F(ClientTest, TransfersMoveExactBytesAndAFailedDownloadKeepsTheOldFile) {
     EXPECT_EQ(ReadFile(out / "new.ws"), bytes);
     EXPECT_EQ(c.get(name, target), 300000);
     EXPECT_EQ(ReadFile(target), bytes);
+
+    // A source that breaks off: the upload ends at once, the file is as it was.
+    BrokenBuf broken(std::string(5000, 'x'));
+    std::istream in(&broken);
+    EXPECT_THROW(c.put(name, in), Error);
+    EXPECT_EQ(ReadFile(name), bytes);
+    EXPECT_TRUE(c.exists(name));
 }
 
 TEST_F(ClientTest, JobProgressReachesTheCallbackAndTheSessionSurvivesAMove) {
@@ -261,6 +284,13 @@ TEST_F(ClientTest, JobProgressReachesTheCallbackAndTheSessionSurvivesAMove) {
     ASSERT_FALSE(reports.empty());
     EXPECT_EQ(reports.back().at("percent"), "100");
     EXPECT_NE(reports.back().at("text"), "");
+    // A callback's exception ends the job's request instead of being swallowed by it.
+    fs::create_directories(dir / "data/databases/other");
+    EXPECT_THROW(
+        moved.add_database({.name = "Other", .path = (dir / "data/databases/other").string()},
+                           [](const auto&) { throw std::range_error("enough"); }),
+        std::range_error);
+    EXPECT_NE(moved.version(), "");
     EXPECT_THROW(c.version(), Error);
 }
 

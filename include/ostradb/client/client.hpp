@@ -208,8 +208,9 @@ public:
     void stop_merge(const Database& db);
 
 private:
-    // Raises Error on a client that was moved from.
+    // Raise Error on a client that was moved from.
     detail::ClientSession& session();
+    const detail::ClientSession& session() const;
 
     std::unique_ptr<detail::ClientSession> session_;
 };
