@@ -1,24 +1,20 @@
 // The password file: lines host:port:user:password, "*" matching any value of a field.
 
+#include "client/password_file.hpp"
+
 #include <sys/stat.h>
 
 #include <fstream>
 #include <iostream>
+#include <iterator>
+#include <vector>
 
 #include "ostradb/client/connect_options.hpp"
+#include "ostradb/util/text.hpp"
 
 namespace ostradb {
 
 namespace {
-
-bool SameAsciiText(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; };
-        if (lower(a[i]) != lower(b[i])) return false;
-    }
-    return true;
-}
 
 // The first three fields of a line, split at the colons that no backslash escapes, and the
 // rest as the fourth; "\x" stands for x. Fewer than four fields: an empty result.
@@ -39,10 +35,31 @@ std::vector<std::string> Fields(std::string_view line) {
 }
 
 bool Matches(const std::string& field, std::string_view value, bool ignoreCase = false) {
-    return field == "*" || (ignoreCase ? SameAsciiText(field, value) : field == value);
+    return field == "*" || (ignoreCase ? SameText(field, value) : field == value);
 }
 
 }  // namespace
+
+namespace detail {
+
+std::optional<std::string> PasswordIn(std::string_view text, std::string_view host,
+                                      std::int32_t port, std::string_view user) {
+    const std::string portText = std::to_string(port);
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        std::string_view line = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
+        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+        if (line.empty() || line.front() == '#') continue;
+        const std::vector<std::string> f = Fields(line);
+        if (!f.empty() && Matches(f[0], host, true) && Matches(f[1], portText) &&
+            Matches(f[2], user))
+            return f[3];
+    }
+    return std::nullopt;
+}
+
+}  // namespace detail
 
 std::optional<std::string> password_from_file(const std::string& host, std::int32_t port,
                                               const std::string& user,
@@ -61,17 +78,9 @@ std::optional<std::string> password_from_file(const std::string& host, std::int3
             std::cerr << text << '\n';
         return std::nullopt;
     }
-    std::ifstream in(file);
-    const std::string portText = std::to_string(port);
-    for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        if (line.empty() || line.front() == '#') continue;
-        const std::vector<std::string> f = Fields(line);
-        if (!f.empty() && Matches(f[0], host, true) && Matches(f[1], portText) &&
-            Matches(f[2], user))
-            return f[3];
-    }
-    return std::nullopt;
+    std::ifstream in(file, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    return detail::PasswordIn(text, host, port, user);
 }
 
 }  // namespace ostradb
