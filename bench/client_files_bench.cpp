@@ -17,6 +17,7 @@
 #include <string>
 
 #include "client/files_list.hpp"
+#include "level_names.hpp"
 #include "ostradb/model/databases.hpp"
 #include "ostradb/model/level_files.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
@@ -26,9 +27,8 @@ namespace {
 
 constexpr int kFiles = 100000;
 
-const char* const kFields[] = {"Самотлорское", "Приобское",  "Ромашкинское", "Федоровское",
-                               "Мамонтовское", "Ванкорское", "Лянторское",   "Уренгойское"};
-const char* const kSurveys[] = {"ГИС", "ГИС 2019", "Контроль", "Перфорация", "ПГИ"};
+using bench::kFields;
+using bench::kSurveys;
 
 TDatabaseInfo Database() {
     TDatabaseInfo db;

@@ -23,6 +23,7 @@
 #include <tuple>
 #include <vector>
 
+#include "level_names.hpp"
 #include "ostradb/model/db_struct.hpp"
 #include "ostradb/model/level_files.hpp"
 #include "ostradb/serial/xml.hpp"
@@ -34,9 +35,8 @@ namespace {
 
 constexpr int kFiles = 100000;
 
-const char* const kFields[] = {"Самотлорское", "Приобское",  "Ромашкинское", "Федоровское",
-                               "Мамонтовское", "Ванкорское", "Лянторское",   "Уренгойское"};
-const char* const kSurveys[] = {"ГИС", "ГИС 2019", "Контроль", "Перфорация", "ПГИ"};
+using bench::kFields;
+using bench::kSurveys;
 const char* const kCurves[] = {"ГК", "НГК", "ПС", "КС", "ДС", "ИК", "БК", "АК"};
 
 // A deterministic answer of kFiles files, about 50 MB.
