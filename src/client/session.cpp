@@ -43,8 +43,7 @@ ClientSession::ClientSession() {
 
 std::string ClientSession::TimeoutMessage() const {
     return "the server at " + options.host + ":" + std::to_string(options.port) +
-           " did not respond within " + Seconds(options.timeout.value_or(0)) +
-           " s (the time-out); the request was given up";
+           " did not respond within " + Seconds(options.timeout.value_or(0)) + " s (the time-out)";
 }
 
 const TDatabaseInfo& ClientSession::Remember(TDatabasesList& list, const TDatabaseInfo& info) {
