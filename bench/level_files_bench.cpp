@@ -27,6 +27,7 @@
 #include <tuple>
 #include <vector>
 
+#include "level_names.hpp"
 #include "model/level_files_read.hpp"
 #include "ostradb/model/db_struct.hpp"
 #include "ostradb/model/level_files.hpp"
@@ -42,9 +43,8 @@ extern char** environ;
 namespace ostradb {
 namespace {
 
-const char* const kFields[] = {"Самотлорское", "Приобское",  "Ромашкинское", "Федоровское",
-                               "Мамонтовское", "Ванкорское", "Лянторское",   "Уренгойское"};
-const char* const kSurveys[] = {"ГИС", "ГИС 2019", "Контроль 2020", "Перфорация", "ПГИ"};
+using bench::kFields;
+using bench::kSurveys;
 const char* const kCurves[] = {"ГК", "НГК", "ПС", "КС", "ДС", "ИК", "БК", "АК"};
 const char* const kPlanshets[] = {"Основной", "Корреляция"};
 

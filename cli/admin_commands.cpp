@@ -8,29 +8,12 @@
 
 #include "commands.hpp"
 #include "errors.hpp"
-#include "lookup.hpp"
-#include "ostradb/model/filters.hpp"
-#include "ostradb/protocol/admin_commands.hpp"
-#include "ostradb/users/users.hpp"
-#include "ostradb/util/dates.hpp"
-#include "ostradb/util/text.hpp"
 #include "output.hpp"
 #include "terminal.hpp"
 
 namespace ostradb::cli {
 
 namespace {
-
-// Short names of the rights bits 1, 2, 4 ... 64, for tables and JSON.
-constexpr const char* kRightNames[] = {"view",         "change-data", "change-files", "change-dbs",
-                                       "admin-server", "admin-users", "browse-dirs"};
-
-std::vector<std::string> RightNames(std::uint32_t mask) {
-    std::vector<std::string> names;
-    for (std::size_t bit = 0; bit < std::size(kRightNames); ++bit)
-        if (mask & (1u << bit)) names.emplace_back(kRightNames[bit]);
-    return names;
-}
 
 std::string Joined(const std::vector<std::string>& items, const char* separator = ",") {
     std::string text;
@@ -39,36 +22,46 @@ std::string Joined(const std::vector<std::string>& items, const char* separator 
     return text;
 }
 
+// Group names given on the command line that the server does not have are a usage error.
+template <class F>
+void WithGroupsGiven(F&& f) {
+    try {
+        f();
+    } catch (const ENotFoundError& e) {
+        if (e.kind() != ENotFoundError::Kind::group) throw;
+        throw UsageError(e.what());
+    }
+}
+
 // ---- options
 
 void RunOptions(Context& ctx, const std::string& mask) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the server's options");
-    TServerOptions options;
-    client.GetServOptions(mask.empty() ? "*" : mask, options);
+    const std::vector<Option> options = client.options(mask.empty() ? "*" : mask);
     if (ctx.Json()) {
         Json items = Json::array();
-        for (const TServerOption& option : options.Items)
-            items.push_back({{"name", option.Name}, {"value", option.Value}});
+        for (const Option& option : options)
+            items.push_back({{"name", option.name}, {"value", option.value}});
         PrintJson(Json{{"options", std::move(items)}});
         return;
     }
     Table table({"name", "value"});
-    for (const TServerOption& option : options.Items)
-        table.AddRow({option.Name, option.Value});
+    for (const Option& option : options)
+        table.AddRow({option.name, option.value});
     table.Print("(no options)");
 }
 
 void RunOption(Context& ctx, const std::string& name, const std::optional<std::string>& value) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     std::string current;
     if (value) {
         ctx.Doing("setting the option \"" + name + "\"");
-        client.SetServOption(name, *value);
+        client.set_option(name, *value);
         current = *value;
     } else {
         ctx.Doing("reading the option \"" + name + "\"");
-        current = client.GetServOption(name);
+        current = client.option(name);
     }
     if (ctx.Json())
         PrintJson(Json{{"name", name}, {"value", current}});
@@ -77,50 +70,6 @@ void RunOption(Context& ctx, const std::string& name, const std::optional<std::s
 }
 
 // ---- users
-
-std::uint32_t UserRights(const TUmData& data, const TUser& user) {
-    std::vector<const TUserGroup*> groups;
-    user.GetGroups(data.Groups(), groups);
-    std::uint32_t mask = 0;
-    for (const TUserGroup* group : groups)
-        mask |= group->Rights;
-    return mask;
-}
-
-std::vector<std::string> GroupNames(const TUmData& data, const TUser& user) {
-    std::vector<const TUserGroup*> groups;
-    user.GetGroups(data.Groups(), groups);
-    std::vector<std::string> names;
-    for (const TUserGroup* group : groups)
-        names.push_back(group->Name);
-    return names;
-}
-
-// The groups named, each of which must exist; raises UsageError naming the groups there are.
-TStringList CheckedGroups(const TUmData& data, const std::vector<std::string>& names) {
-    TStringList groups;
-    for (const std::string& name : names) {
-        bool found = false;
-        for (const TUserGroup& group : data.Groups().Items)
-            found = found || SameText(group.Name, name);
-        if (!found) {
-            std::vector<std::string> known;
-            for (const TUserGroup& group : data.Groups().Items)
-                known.push_back("\"" + group.Name + "\"");
-            throw UsageError("no group \"" + name + "\"; there are " + Joined(known, ", "));
-        }
-        groups.Add(name);
-    }
-    return groups;
-}
-
-// Refuses data in which nobody could administer users any more, then saves it.
-void CheckAndSave(Context& ctx, TOstraDbProtocol& client, const TUmData& data) {
-    ctx.Doing("checking the users");
-    data.CheckForConsistency();
-    ctx.Doing("saving the users");
-    client.SaveUmData(data);
-}
 
 std::string NewPassword(const std::string& login) {
     if (const char* given = std::getenv("OSTRADB_NEW_PASSWORD")) return given;
@@ -137,48 +86,31 @@ std::string NewPassword(const std::string& login) {
 
 void RunUsersAdd(Context& ctx, const std::string& login, const std::string& name,
                  const std::vector<std::string>& groups) {
-    TOstraDbProtocol& client = ctx.Client();
-    ctx.Doing("reading the users");
-    TUmData data;
-    client.GetUmData(data);
-    if (data.Users().Find(login)) throw CliError("user \"" + login + "\" exists already");
-    const TStringList memberOf = CheckedGroups(data, groups);
-    TUser& user = data.Users().AddNew();
-    user.User = login;
-    user.Name = name;
-    user.Pass = NewPassword(login);
-    data.Groups().SetUserInGroups(login, memberOf);
-    CheckAndSave(ctx, client, data);
+    ostradb::Client& client = ctx.Client();
+    const std::string password = NewPassword(login);
+    ctx.Doing("adding the user \"" + login + "\"");
+    WithGroupsGiven([&] { client.add_user(login, name, password, groups); });
     if (ctx.Json())
-        PrintJson(Json{{"login", login}, {"name", name}, {"groups", memberOf.Lines()}});
+        PrintJson(Json{{"login", login}, {"name", name}, {"groups", groups}});
     else
-        std::cout << "added user " << login << " (groups: " << Joined(memberOf.Lines(), ", ")
-                  << ")\n";
+        std::cout << "added user " << login << " (groups: " << Joined(groups, ", ") << ")\n";
 }
 
 void RunUsersSetGroups(Context& ctx, const std::string& login,
                        const std::vector<std::string>& groups) {
-    TOstraDbProtocol& client = ctx.Client();
-    ctx.Doing("reading the users");
-    TUmData data;
-    client.GetUmData(data);
-    if (!data.Users().Find(login)) throw CliError("no user \"" + login + "\"");
-    const TStringList memberOf = CheckedGroups(data, groups);
-    data.Groups().SetUserInGroups(login, memberOf);
-    CheckAndSave(ctx, client, data);
+    ostradb::Client& client = ctx.Client();
+    ctx.Doing("changing the groups of \"" + login + "\"");
+    WithGroupsGiven([&] { client.set_user_groups(login, groups); });
     if (ctx.Json())
-        PrintJson(Json{{"login", login}, {"groups", memberOf.Lines()}});
+        PrintJson(Json{{"login", login}, {"groups", groups}});
     else
-        std::cout << login << " is in: " << Joined(memberOf.Lines(), ", ") << '\n';
+        std::cout << login << " is in: " << Joined(groups, ", ") << '\n';
 }
 
 void RunUsersCheck(Context& ctx) {
-    TOstraDbProtocol& client = ctx.Client();
-    ctx.Doing("reading the users");
-    TUmData data;
-    client.GetUmData(data);
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("checking the users");
-    data.CheckForConsistency();
+    client.check_users();
     if (ctx.Json())
         PrintJson(Json{{"consistent", true}});
     else
@@ -188,27 +120,25 @@ void RunUsersCheck(Context& ctx) {
 // ---- log
 
 void RunLog(Context& ctx) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the server's log");
-    TServerLog log;
-    client.RequestLog(TServerLogFilter{}, log);
-    auto time = [](TDateTime t) { return FormatDateTime("yyyy-mm-dd hh:nn:ss", t); };
+    const std::vector<LogRecord> log = client.log();
     if (ctx.Json()) {
         Json items = Json::array();
-        for (const TServerLogRecord& r : log.Items)
-            items.push_back({{"id", r.Id},
-                             {"time", time(r.Time)},
-                             {"type", r.MsgType},
-                             {"user", r.User},
-                             {"address", r.Addr},
-                             {"text", r.Text}});
+        for (const LogRecord& r : log)
+            items.push_back({{"id", r.id},
+                             {"time", r.time},
+                             {"type", r.type},
+                             {"user", r.user},
+                             {"address", r.address},
+                             {"text", r.text}});
         PrintJson(Json{{"log", std::move(items)}});
         return;
     }
     Table table({"time", "type", "user", "address", "text"});
     table.AlignRight(1);
-    for (const TServerLogRecord& r : log.Items)
-        table.AddRow({time(r.Time), std::to_string(r.MsgType), r.User, r.Addr, r.Text});
+    for (const LogRecord& r : log)
+        table.AddRow({r.time, std::to_string(r.type), r.user, r.address, r.text});
     table.Print("(the log is empty)");
 }
 
@@ -218,99 +148,69 @@ struct StatArgs {
     std::string database;
     std::vector<std::string> path;
     std::string group;
-    std::vector<std::string> filters;
-    std::string mask;
-    bool files = false;
-    bool quality = false;
+    StatOptions options;
 };
 
-// The type of the level the user names by type ("%well"), by type without "%", or by name.
-std::string GroupLevelType(const TDatabaseInfo& db, const std::string& name) {
-    std::vector<std::string> known;
-    for (const TDbStructItem& item : db.Structure.Items) {
-        const std::string_view bare =
-            std::string_view(item.Type).substr(item.Type.starts_with('%'));
-        if (SameText(item.Type, name) || SameText(bare, name) || SameText(item.DisplayName, name))
-            return item.Type;
-        known.push_back(item.Type);
-    }
-    throw UsageError("--group: \"" + name + "\" is no level of \"" + db.Name +
-                     "\"; its levels are " + Joined(known, ", "));
-}
-
 void RunStat(Context& ctx, const StatArgs& args) {
-    TFilter filter;
-    for (const std::string& line : args.filters) {
-        TFilterItem& item = filter.Add();
-        item.FromSimpleText(line);
-        if (item.Key.empty() || item.Values.Empty() || line.find("->") == std::string::npos)
-            throw UsageError("--filter \"" + line + "\": expected KEY -> VALUES");
-    }
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the file statistics of \"" + args.database + "\"");
-    const TDatabasesList list = LoadDatabases(client, true);
-    const TDatabaseInfo& info = FindDatabase(list, args.database);
-    const std::string group = GroupLevelType(info, args.group);
-    const TIntegerArray ids = ResolveLevelPath(client, info, args.path);
-    const std::unique_ptr<TDatabase> db = MakeDatabase(info);
-    TFilesStatResult result;
-    client.RequestFilesStat(result, *db, ids, group, filter.GetCount() > 0 ? &filter : nullptr,
-                            args.mask, args.files, args.quality);
+    FileStats stats;
+    try {
+        stats = client.file_stats(client.find_database(args.database), args.path, args.group,
+                                  args.options);
+    } catch (const ENotFoundError& e) {
+        if (e.kind() != ENotFoundError::Kind::level) throw;
+        throw UsageError(std::string("--group: ") + e.what());
+    }
     if (ctx.Json()) {
         Json columns = Json::array();
-        for (const std::string& caption : result.Hat.TextColumns)
-            columns.push_back({{"name", caption}, {"kind", "text"}});
-        for (const TFilesStatResultHatValueItem& value : result.Hat.Items)
-            columns.push_back({{"name", value.Name}, {"kind", "value"}, {"type", value.ValueType}});
+        for (const StatColumn& column : stats.columns) {
+            Json item = {{"name", column.name}, {"kind", column.text ? "text" : "value"}};
+            if (!column.text) item["type"] = column.type;
+            columns.push_back(std::move(item));
+        }
         Json rows = Json::array();
-        for (const TFilesStatResultLine& line : result.Lines.Items) {
-            Json row = {
-                {"name", line.Name}, {"texts", line.Texts.Lines()}, {"values", line.Values}};
-            if (args.files) row["files"] = line.Files.Lines();
+        for (const StatRow& line : stats.rows) {
+            Json row = {{"name", line.name}, {"texts", line.texts}, {"values", line.values}};
+            if (args.options.files) row["files"] = line.files;
             rows.push_back(std::move(row));
         }
         PrintJson(Json{{"columns", std::move(columns)},
                        {"rows", std::move(rows)},
-                       {"quality", result.Qualities.Lines()}});
+                       {"quality", stats.quality}});
         return;
     }
     // The statistics' own tab-separated text, ready to paste into a spreadsheet.
-    TStringList lines;
-    result.ToStrings(lines);
-    for (const std::string& line : lines)
+    for (const std::string& line : stats.lines)
         std::cout << line << '\n';
 }
 
 }  // namespace
 
 void RunUsersList(Context& ctx) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the users");
-    TUmData data;
-    client.GetUmData(data);
+    const std::vector<User> users = client.users();
     if (ctx.Json()) {
-        Json users = Json::array();
-        for (const TUser& user : data.Users().Items) {
-            const std::uint32_t rights = UserRights(data, user);
-            users.push_back({{"login", user.User},
-                             {"name", user.Name},
-                             {"groups", GroupNames(data, user)},
-                             {"rights", RightNames(rights)},
-                             {"rights_mask", rights}});
-        }
+        Json items = Json::array();
+        for (const User& user : users)
+            items.push_back({{"login", user.login},
+                             {"name", user.name},
+                             {"groups", user.groups},
+                             {"rights", user.rights},
+                             {"rights_mask", user.rights_mask}});
         Json groups = Json::array();
-        for (const TUserGroup& group : data.Groups().Items)
-            groups.push_back({{"name", group.Name},
-                              {"rights", RightNames(group.Rights)},
-                              {"rights_mask", group.Rights},
-                              {"users", group.Users.Lines()}});
-        PrintJson(Json{{"users", std::move(users)}, {"groups", std::move(groups)}});
+        for (const Group& group : client.groups())
+            groups.push_back({{"name", group.name},
+                              {"rights", group.rights},
+                              {"rights_mask", group.rights_mask},
+                              {"users", group.users}});
+        PrintJson(Json{{"users", std::move(items)}, {"groups", std::move(groups)}});
         return;
     }
     Table table({"login", "name", "groups", "rights"});
-    for (const TUser& user : data.Users().Items)
-        table.AddRow({user.User, user.Name, Joined(GroupNames(data, user), ", "),
-                      Joined(RightNames(UserRights(data, user)))});
+    for (const User& user : users)
+        table.AddRow({user.login, user.name, Joined(user.groups, ", "), Joined(user.rights)});
     table.Print("(no users)");
 }
 
@@ -387,10 +287,11 @@ void AddAdminCommands(CLI::App& app, Context& ctx) {
     stat->add_option("-g,--group", statArgs->group,
                      "the level whose values make the rows: its type (%well), or its name")
         ->required();
-    stat->add_option("-f,--filter", statArgs->filters, "a condition \"KEY -> VALUES\"; repeatable");
-    stat->add_option("-n,--name", statArgs->mask, "only files whose name matches the mask");
-    stat->add_flag("--files", statArgs->files, "list each row's files");
-    stat->add_flag("--quality", statArgs->quality, "add the data-quality checks");
+    stat->add_option("-f,--filter", statArgs->options.filters,
+                     "a condition \"KEY -> VALUES\"; repeatable");
+    stat->add_option("-n,--name", statArgs->options.name, "only files whose name matches the mask");
+    stat->add_flag("--files", statArgs->options.files, "list each row's files");
+    stat->add_flag("--quality", statArgs->options.quality, "add the data-quality checks");
     stat->footer(
         "Examples:\n"
         "  ostradb stat 'North Sea Demo' --group well\n"

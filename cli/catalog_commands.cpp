@@ -2,44 +2,21 @@
 
 #include <CLI/CLI.hpp>
 
-#include <map>
 #include <memory>
-#include <tuple>
 
 #include "commands.hpp"
-#include "errors.hpp"
-#include "lookup.hpp"
-#include "ostradb/model/filters.hpp"
-#include "ostradb/model/level_files.hpp"
-#include "ostradb/util/text.hpp"
 #include "output.hpp"
 
 namespace ostradb::cli {
 
 namespace {
 
-const char* KindName(EDbStructExType kind) {
-    switch (kind) {
-        case dsetNone:
-            return "none";
-        case dsetString:
-            return "text";
-        case dsetNumber:
-            return "number";
-        case dsetDate:
-            return "date";
-    }
-    return "other";
-}
-
-Json LevelsJson(const TDbStruct& structure) {
-    Json levels = Json::array();
-    for (const TDbStructItem& item : structure.Items)
-        levels.push_back({{"type", item.Type},
-                          {"name", item.DisplayName},
-                          {"key", item.IsKey},
-                          {"kind", KindName(item.ExType)}});
-    return levels;
+Json LevelsJson(const std::vector<StructureLevel>& levels) {
+    Json items = Json::array();
+    for (const StructureLevel& level : levels)
+        items.push_back(
+            {{"type", level.type}, {"name", level.name}, {"key", level.key}, {"kind", level.kind}});
+    return items;
 }
 
 std::string PathText(const std::vector<std::string>& path) {
@@ -49,34 +26,21 @@ std::string PathText(const std::vector<std::string>& path) {
     return text;
 }
 
-// The filter of the simple text lines "key[,not][,and] -> value, value".
-TFilter ParseFilter(const std::vector<std::string>& lines) {
-    TFilter filter;
-    for (const std::string& line : lines) {
-        TFilterItem& item = filter.Add();
-        item.FromSimpleText(line);
-        if (item.Key.empty() || item.Values.Empty() || line.find("->") == std::string::npos)
-            throw UsageError("--filter \"" + line +
-                             "\": expected KEY -> VALUES, e.g. \"%well -> 12, 12a\"");
-    }
-    return filter;
-}
-
 }  // namespace
 
 void RunDatabases(Context& ctx, bool withStructs) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("listing the databases");
-    const TDatabasesList list = LoadDatabases(client, withStructs);
+    const std::vector<Database> databases = client.databases(withStructs);
     if (ctx.Json()) {
         Json items = Json::array();
-        for (const TDatabaseInfo& db : list.Items) {
-            Json item = {{"id", db.Id},
-                         {"name", db.Name},
-                         {"path", db.Path},
-                         {"ext_path", db.ExtPath},
-                         {"private", db.IsPrivate}};
-            if (withStructs) item["levels"] = LevelsJson(db.Structure);
+        for (const Database& db : databases) {
+            Json item = {{"id", db.id},
+                         {"name", db.name},
+                         {"path", db.path},
+                         {"ext_path", db.ext_path},
+                         {"private", db.is_private}};
+            if (withStructs) item["levels"] = LevelsJson(db.levels);
             items.push_back(std::move(item));
         }
         PrintJson(Json{{"databases", std::move(items)}});
@@ -86,12 +50,12 @@ void RunDatabases(Context& ctx, bool withStructs) {
     if (withStructs) headers.emplace_back("levels");
     Table table(std::move(headers));
     table.AlignRight(0);
-    for (const TDatabaseInfo& db : list.Items) {
-        std::vector<std::string> row = {std::to_string(db.Id), db.Name, db.Path};
+    for (const Database& db : databases) {
+        std::vector<std::string> row = {std::to_string(db.id), db.name, db.path};
         if (withStructs) {
             std::string levels;
-            for (int i = 0; i < db.Structure.GetItemsCount(); ++i)
-                levels += (i ? " > " : "") + LevelTitle(db.Structure, i);
+            for (const StructureLevel& level : db.levels)
+                levels += (levels.empty() ? "" : " > ") + level.title;
             row.push_back(levels);
         }
         table.AddRow(std::move(row));
@@ -100,115 +64,77 @@ void RunDatabases(Context& ctx, bool withStructs) {
 }
 
 void RunStructure(Context& ctx, const std::string& database) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the structure of \"" + database + "\"");
-    const TDatabasesList list = LoadDatabases(client, false);
-    const TDatabaseInfo& db = FindDatabase(list, database);
-    TDbStruct structure;
-    client.RequestDbStruct(db.Id, structure);
+    const Database db = client.find_database(database);
     if (ctx.Json()) {
-        PrintJson(Json{{"database", {{"id", db.Id}, {"name", db.Name}}},
-                       {"levels", LevelsJson(structure)}});
+        PrintJson(Json{{"database", {{"id", db.id}, {"name", db.name}}},
+                       {"levels", LevelsJson(db.levels)}});
         return;
     }
     Table table({"#", "type", "name", "key", "kind"});
     table.AlignRight(0);
-    for (int i = 0; i < structure.GetItemsCount(); ++i) {
-        const TDbStructItem& item = structure.GetItem(i);
-        table.AddRow({std::to_string(i + 1), item.Type, item.DisplayName, item.IsKey ? "yes" : "",
-                      KindName(item.ExType)});
+    for (std::size_t i = 0; i < db.levels.size(); ++i) {
+        const StructureLevel& level = db.levels[i];
+        table.AddRow(
+            {std::to_string(i + 1), level.type, level.name, level.key ? "yes" : "", level.kind});
     }
     table.Print("(the database has no levels)");
 }
 
 void RunLevels(Context& ctx, const std::string& database, const std::vector<std::string>& path) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("listing the levels of \"" + database + "\" under " + PathText(path));
-    const TDatabasesList list = LoadDatabases(client, true);
-    const TDatabaseInfo& db = FindDatabase(list, database);
-    const TIntegerArray ids = ResolveLevelPath(client, db, path);
-    TLevelsList levels;
-    client.RequestLevelsList(db.Id, ids, false, false, false, nullptr, levels);
-    const int depth = static_cast<int>(path.size());
-    const bool below = depth < db.Structure.GetItemsCount();
-    const std::string title = below ? LevelTitle(db.Structure, depth) : "value";
+    const Database db = client.find_database(database);
+    const std::vector<Level> levels = client.levels(db, path);
+    const bool below = path.size() < db.levels.size();
     if (ctx.Json()) {
         Json values = Json::array();
-        for (const TLevelItem& level : levels.Items)
-            values.push_back({{"id", level.Id}, {"name", level.Name}, {"path", level.Path}});
+        for (const Level& level : levels)
+            values.push_back({{"id", level.id}, {"name", level.value}, {"path", level.path}});
         Json level = nullptr;
-        if (below) {
-            const TDbStructItem& item = db.Structure.GetItem(depth);
-            level = {{"type", item.Type}, {"name", item.DisplayName}};
-        }
-        PrintJson(Json{{"database", db.Name},
+        if (below)
+            level = {{"type", db.levels[path.size()].type}, {"name", db.levels[path.size()].name}};
+        PrintJson(Json{{"database", db.name},
                        {"path", path},
                        {"level", std::move(level)},
                        {"values", std::move(values)}});
         return;
     }
-    Table table({"id", title});
+    Table table({"id", below ? db.levels[path.size()].title : "value"});
     table.AlignRight(0);
-    for (const TLevelItem& level : levels.Items)
-        table.AddRow({std::to_string(level.Id), level.Name});
+    for (const Level& level : levels)
+        table.AddRow({std::to_string(level.id), level.value});
     table.Print("(nothing below " + PathText(path) + "; 'ostradb files' lists the files there)");
 }
 
 void RunFiles(Context& ctx, const FilesArgs& args) {
-    const TFilter filter = ParseFilter(args.filters);
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("listing the files of \"" + args.database + "\" under " + PathText(args.path));
-    const TDatabasesList list = LoadDatabases(client, true);
-    const TDatabaseInfo& info = FindDatabase(list, args.database);
-    const TIntegerArray ids = ResolveLevelPath(client, info, args.path);
-    TReqFilesFlags flags = {rffInclFilePath};
-    if (filter.GetCount() > 0) {
-        const std::unique_ptr<TDatabase> db = MakeDatabase(info);
-        client.CheckAndSetFilter(*db, filter);
-        flags.Include(rffUseFilters);
-    }
-    TLevelFilesList files;
-    client.RequestFiles(files, info.Id, ids, flags, args.mask);
-    // Named by their level types, the path values sort the files by field, then by well
-    // (compared as well names), and so on down.
-    for (TLevelFile& file : files.Files)
-        if (file.PathNames.Empty() && file.PathValues.Count() == info.Structure.GetItemsCount())
-            for (int i = 0; i < file.PathValues.Count(); ++i)
-                file.PathNames.Add(LowerCase(info.Structure.GetItem(i).Type) + "=" +
-                                   file.PathValues[i]);
-    files.SmartSort();
-    // The files of one place come by name; SmartSort orders the places but is not stable.
-    std::map<const TLevelFile*, int> place;
-    for (int i = 0, rank = 0; i < files.GetCount(); ++i) {
-        if (i > 0 && !(files.GetItem(i).PathValues == files.GetItem(i - 1).PathValues)) ++rank;
-        place[&files.GetItem(i)] = rank;
-    }
-    files.Files.Sort([&](const TLevelFile& a, const TLevelFile& b) {
-        return std::tie(place[&a], a.Name) < std::tie(place[&b], b.Name);
-    });
-
+    const Database db = client.find_database(args.database);
+    const std::vector<File> files = client.files(db, args.path, {args.filters, args.mask});
     if (ctx.Json()) {
         Json items = Json::array();
-        for (const TLevelFile& file : files.Files)
-            items.push_back({{"name", file.Name},
-                             {"file", FullFileName(info, file.Name)},
-                             {"path", file.PathValues.Lines()},
-                             {"trunk", file.TrunkId},
-                             {"main", file.IsMain}});
-        PrintJson(Json{{"database", info.Name}, {"files", std::move(items)}});
+        for (const File& file : files)
+            items.push_back({{"name", file.name},
+                             {"file", file.full_name},
+                             {"path", file.path},
+                             {"trunk", file.trunk},
+                             {"main", file.main}});
+        PrintJson(Json{{"database", db.name}, {"files", std::move(items)}});
         return;
     }
     std::vector<std::string> headers;
-    for (int i = 0; i < info.Structure.GetItemsCount(); ++i)
-        headers.push_back(LevelTitle(info.Structure, i));
+    for (const StructureLevel& level : db.levels)
+        headers.push_back(level.title);
     const std::size_t levels = headers.size();
     headers.emplace_back("file");
     Table table(std::move(headers));
-    for (const TLevelFile& file : files.Files) {
+    for (const File& file : files) {
         std::vector<std::string> row(levels);
-        for (int i = 0; i < file.PathValues.Count() && static_cast<std::size_t>(i) < levels; ++i)
-            row[static_cast<std::size_t>(i)] = file.PathValues[i];
-        row.push_back(FullFileName(info, file.Name));
+        for (std::size_t i = 0; i < file.path.size() && i < levels; ++i)
+            row[i] = file.path[i];
+        row.push_back(file.full_name);
         table.AddRow(std::move(row));
     }
     table.Print("(no files)");

@@ -1,21 +1,29 @@
 #pragma once
 
-// What every command works with: the global options, the session (opened on first use),
+// What every command works with: the global options, the client (connected on first use),
 // the description of the step in progress for error lines, and the output mode.
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 
-#include "connection.hpp"
+#include "ostradb/client/client.hpp"
 
 namespace CLI {
 class App;
 }
 
 namespace ostradb::cli {
+
+// What the command line says about the connection; empty or zero where it says nothing.
+struct ConnectionFlags {
+    std::string host;
+    std::int32_t port = 0;
+    std::string user;
+    std::string service;
+    std::optional<double> timeout;
+};
 
 struct GlobalOptions {
     ConnectionFlags connection;
@@ -26,16 +34,15 @@ struct GlobalOptions {
 class Context {
 public:
     GlobalOptions options;
-    // Set by the demo: the target to use instead of flags, environment and settings.
-    std::optional<Target> fixedTarget;
+    // Set by the demo: where to connect instead of flags, environment and settings.
+    std::optional<ConnectOptions> fixedConnection;
     // Print a transfer's summary line even when standard error is not a terminal.
     bool progressSummary = false;
 
-    // The connected, logged-in session; opened on the first call.
-    Session& GetSession();
-    TOstraDbProtocol& Client() { return GetSession().Client(); }
-    // Closes the session (the next call opens a new one).
-    void CloseSession();
+    // The connected, logged-in client; connected on the first call.
+    ostradb::Client& Client();
+    // Closes the connection (the next call connects again).
+    void CloseClient();
 
     // What the command is doing, in words that complete "ostradb: ...: <error>".
     void Doing(std::string what) { doing_ = std::move(what); }
@@ -49,7 +56,9 @@ public:
     const std::function<void()>* ActionFor(const CLI::App* command) const;
 
 private:
-    std::unique_ptr<Session> session_;
+    ConnectOptions Connection() const;
+
+    std::optional<ostradb::Client> client_;
     std::string doing_;
     std::map<const CLI::App*, std::function<void()>> actions_;
 };

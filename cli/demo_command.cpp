@@ -159,7 +159,8 @@ void RunDemo(Context& ctx) {
     sandbox::SandboxServer server(options);
     server.Start();
 
-    ctx.fixedTarget = Target{"127.0.0.1", server.Port(), "admin", std::string("admin")};
+    ctx.fixedConnection = ConnectOptions{
+        .host = "127.0.0.1", .port = server.Port(), .user = "admin", .password = "admin"};
     ctx.options.json = false;
     ctx.progressSummary = true;
     const std::string port = std::to_string(server.Port());
@@ -223,7 +224,7 @@ void RunDemo(Context& ctx) {
     });
     walk.Step("The users, their groups and rights", {"users"}, [&] { RunUsersList(ctx); });
 
-    ctx.CloseSession();
+    ctx.CloseClient();
     server.Stop();
     walk.Say("\n" + walk.Bold("Your turn.") +
              " Start a sandbox of your own (a copy of the sample data is made in the\n"

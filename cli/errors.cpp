@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "interrupt.hpp"
+#include "ostradb/client/errors.hpp"
 #include "ostradb/protocol/errors.hpp"
 #include "ostradb/protocol/socket_errors.hpp"
 
@@ -61,10 +62,18 @@ int ReportCurrentException(const std::string& doing) {
         std::cerr << "ostradb: cannot connect to the server on " << host
                   << "; the computer may be switched off or the server is not running there\n";
         return kExitFailure;
+    } catch (const ETimeoutError& e) {
+        Line(doing, std::string(e.what()) + "; --timeout or OSTRADB_TIMEOUT sets it");
+        return kExitFailure;
     } catch (const CliError& e) {
         Line(e.Status() == kExitUsage ? "" : doing, e.what());
         if (e.Status() == kExitUsage) std::cerr << "Run 'ostradb --help' for usage.\n";
         return e.Status();
+    } catch (const EArgumentError& e) {
+        // What the command line or the settings gave cannot be used.
+        Line("", e.what());
+        std::cerr << "Run 'ostradb --help' for usage.\n";
+        return kExitUsage;
     } catch (const std::exception& e) {
         if (Interrupts().Interrupted()) {
             std::cerr << "ostradb: interrupted\n";

@@ -2,18 +2,16 @@
 
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
-#include <iterator>
 #include <memory>
-#include <sstream>
 
 #include "commands.hpp"
 #include "errors.hpp"
+#include "interrupt.hpp"
+#include "ostradb/client/atomic_file.hpp"
+#include "ostradb/util/file_names.hpp"
 #include "output.hpp"
-#include "output_file.hpp"
 #include "progress.hpp"
 #include "terminal.hpp"
 
@@ -23,59 +21,45 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The last part of a server file name, whichever separator it uses.
-std::string BaseName(const std::string& name) {
-    const std::size_t slash = name.find_last_of("/\\");
-    return slash == std::string::npos ? name : name.substr(slash + 1);
-}
-
-// Tells the progress bar the size the server's answer announces, for one transfer.
-class PayloadSizeToBar {
+// Registers a temporary file for removal should an interrupt have to end the process before
+// the command unwinds.
+class RemovedOnForcedExit {
 public:
-    PayloadSizeToBar(Session& session, ProgressBar& bar) : session_(session) {
-        session_.SetPayloadListener([&bar](std::int64_t size) { bar.SetTotal(size); });
+    explicit RemovedOnForcedExit(fs::path path) : path_(std::move(path)) {
+        Interrupts().RemoveOnExit(path_);
     }
-    ~PayloadSizeToBar() { session_.SetPayloadListener({}); }
-    PayloadSizeToBar(const PayloadSizeToBar&) = delete;
-    PayloadSizeToBar& operator=(const PayloadSizeToBar&) = delete;
+    ~RemovedOnForcedExit() { Interrupts().ForgetOnExit(path_); }
+    RemovedOnForcedExit(const RemovedOnForcedExit&) = delete;
+    RemovedOnForcedExit& operator=(const RemovedOnForcedExit&) = delete;
 
 private:
-    Session& session_;
+    fs::path path_;
 };
 
 void RunRm(Context& ctx, const std::vector<std::string>& files) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing(files.size() == 1 ? "deleting \"" + files.front() + "\"" : "deleting files");
-    TStringList names(files);
-    TSimpleResultLog log;
-    client.DeleteFiles(names, log);
-    auto message = [](std::uint8_t code) {
-        if (code == 0) return std::string("deleted");
-        std::string text = DbErrCodeToString(static_cast<EOstraClientSocketExceptionCodes>(code));
-        return (text.empty() ? std::string("failed") : text) + " (server code " +
-               std::to_string(code) + ")";
-    };
+    const std::vector<FileResult> results = client.remove(files);
     if (ctx.Json()) {
         Json items = Json::array();
-        for (const TSimpleResultLogRec& rec : log)
-            items.push_back({{"file", rec.ItemName},
-                             {"ok", rec.Result == 0},
-                             {"code", rec.Result},
-                             {"message", message(rec.Result)}});
+        for (const FileResult& r : results)
+            items.push_back(
+                {{"file", r.file}, {"ok", r.ok}, {"code", r.code}, {"message", r.message}});
         PrintJson(Json{{"results", std::move(items)}});
     } else {
         Table table({"file", "result"});
-        for (const TSimpleResultLogRec& rec : log)
-            table.AddRow({rec.ItemName, message(rec.Result)});
+        for (const FileResult& r : results)
+            table.AddRow({r.file, r.message});
         table.Print();
     }
-    if (log.ContainsErrors()) throw CliError("some files were not deleted");
+    for (const FileResult& r : results)
+        if (!r.ok) throw CliError("some files were not deleted");
 }
 
 void RunMv(Context& ctx, const std::string& source, const std::string& destination) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("moving \"" + source + "\" to \"" + destination + "\"");
-    client.MoveFile(source, destination);
+    client.move(source, destination);
     if (ctx.Json())
         PrintJson(Json{{"source", source}, {"destination", destination}});
     else
@@ -85,68 +69,34 @@ void RunMv(Context& ctx, const std::string& source, const std::string& destinati
 }  // namespace
 
 void RunGet(Context& ctx, const std::string& file, const std::string& out) {
-    Session& session = ctx.GetSession();
-    TOstraDbProtocol& client = session.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("reading \"" + file + "\"");
-    const bool toStdout = out.empty() || out == "-";
-    fs::path target = out;
-    if (!toStdout && fs::is_directory(target)) target /= BaseName(file);
-
-    ProgressBar bar(BaseName(file), StderrIsTerminal(), ctx.progressSummary);
-    const PayloadSizeToBar sizes(session, bar);
-    std::int64_t bytes = 0;
-    auto progress = [&](std::int64_t n) {
-        bytes = n;
-        bar.Update(n);
-    };
-    if (toStdout) {
-        CountingOutBuf buffer(*std::cout.rdbuf(), progress);
-        std::ostream stream(&buffer);
-        client.GetFileContents(file, &stream);
-        std::cout.flush();
-    } else {
-        AtomicOutputFile output(target);
-        CountingOutBuf buffer(output.Buffer(), progress);
-        std::ostream stream(&buffer);
-        client.GetFileContents(file, &stream);
-        ctx.Doing("saving \"" + target.string() + "\"");
-        output.Commit();
+    ProgressBar bar(ExtractFileName(file), StderrIsTerminal(), ctx.progressSummary);
+    auto progress = [&](std::int64_t done, std::int64_t total) { bar.Report(done, total); };
+    if (out.empty() || out == "-") {
+        client.get(file, std::cout, progress);
+        bar.Finish();
+        return;
     }
+    AtomicFile output(ostradb::Client::download_path(file, out));
+    const RemovedOnForcedExit temporary(output.temporary_path());
+    const std::int64_t bytes = client.get(file, output.stream(), progress);
+    ctx.Doing("saving \"" + output.target().string() + "\"");
+    output.commit();
     bar.Finish();
-    if (toStdout) return;
     if (ctx.Json())
-        PrintJson(Json{{"file", file}, {"output", target.string()}, {"bytes", bytes}});
+        PrintJson(Json{{"file", file}, {"output", output.target().string()}, {"bytes", bytes}});
     else
-        std::cout << bytes << " bytes written to " << target.string() << '\n';
+        std::cout << bytes << " bytes written to " << output.target().string() << '\n';
 }
 
 void RunPut(Context& ctx, const std::string& file, const std::string& in) {
-    Session& session = ctx.GetSession();
-    TOstraDbProtocol& client = session.Client();
-    const bool fromStdin = in.empty() || in == "-";
-    // Standard input cannot be measured or rewound, so it is read whole first.
-    std::stringbuf piped;
-    std::filebuf opened;
-    std::streambuf* source = &piped;
-    std::int64_t size = 0;
-    if (fromStdin) {
-        const std::string data(std::istreambuf_iterator<char>(std::cin), {});
-        size = static_cast<std::int64_t>(data.size());
-        piped.str(data);
-    } else {
-        if (!opened.open(in, std::ios::in | std::ios::binary))
-            throw CliError("cannot read \"" + in + "\": " + std::strerror(errno));
-        std::error_code ec;
-        size = static_cast<std::int64_t>(fs::file_size(in, ec));
-        source = &opened;
-    }
-
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("writing \"" + file + "\"");
-    ProgressBar bar(BaseName(file), StderrIsTerminal(), ctx.progressSummary);
-    bar.SetTotal(size);
-    CountingInBuf buffer(*source, [&](std::int64_t n) { bar.Update(n); });
-    std::istream stream(&buffer);
-    client.PutFileContents(file, &stream);
+    ProgressBar bar(ExtractFileName(file), StderrIsTerminal(), ctx.progressSummary);
+    auto progress = [&](std::int64_t done, std::int64_t total) { bar.Report(done, total); };
+    const std::int64_t size = in.empty() || in == "-" ? client.put(file, std::cin, progress)
+                                                      : client.put(file, fs::path(in), progress);
     bar.Finish();
     if (ctx.Json())
         PrintJson(Json{{"file", file}, {"bytes", size}});
@@ -155,9 +105,9 @@ void RunPut(Context& ctx, const std::string& file, const std::string& in) {
 }
 
 void RunExists(Context& ctx, const std::string& file) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("looking for \"" + file + "\"");
-    const bool exists = client.FileExists(file);
+    const bool exists = client.exists(file);
     if (ctx.Json())
         PrintJson(Json{{"file", file}, {"exists", exists}});
     else

@@ -6,7 +6,7 @@
 
 #include <chrono>
 
-#include "ostradb/protocol/ostradb_protocol.hpp"
+#include "ostradb/client/client.hpp"
 
 namespace ostradb::cli {
 
@@ -68,7 +68,7 @@ void InterruptWatcher::ThrowIfInterrupted() const {
     if (interrupted_) throw InterruptedError();
 }
 
-void InterruptWatcher::SetClient(TOstraDbProtocol* client) {
+void InterruptWatcher::SetClient(Client* client) {
     std::lock_guard lock(mutex_);
     client_ = client;
 }
@@ -117,7 +117,7 @@ void InterruptWatcher::OnInterrupt() {
         WriteStderr("\n", 1);
         ExitNow();
     }
-    if (client_) client_->Terminate();
+    if (client_) client_->terminate();
     if (!stopped_.wait_for(lock, kGrace, [&] { return stopping_; })) ExitNow();
 }
 

@@ -2,7 +2,7 @@
 
 // Ctrl-C and SIGTERM. The signals are blocked in every thread and taken by one watching
 // thread, which may call what a signal handler may not: it aborts the running request with
-// TOstraDbProtocol::Terminate (which takes a lock) and lets the main thread end the command,
+// Client::terminate (which takes a lock) and lets the main thread end the command,
 // removing what it wrote half-way. When the main thread does not finish soon (it waits for
 // a connect, or the user presses Ctrl-C twice), the watcher removes the registered files and
 // ends the process itself. Either way the exit status is 130.
@@ -18,7 +18,7 @@
 #include <thread>
 
 namespace ostradb {
-class TOstraDbProtocol;
+class Client;
 }
 
 namespace ostradb::cli {
@@ -46,7 +46,7 @@ public:
     void ThrowIfInterrupted() const;
 
     // The client whose running request an interrupt aborts; null when none.
-    void SetClient(TOstraDbProtocol* client);
+    void SetClient(Client* client);
     // While a hidden prompt waits: the terminal settings to put back before ending.
     void SetTerminalToRestore(const termios& settings);
     void ClearTerminalToRestore();
@@ -64,7 +64,7 @@ private:
     std::condition_variable stopped_;
     bool stopping_ = false;
     std::atomic<bool> interrupted_{false};
-    TOstraDbProtocol* client_ = nullptr;
+    Client* client_ = nullptr;
     bool restoreTerminal_ = false;
     termios terminal_{};
     std::set<std::filesystem::path> removeOnExit_;

@@ -17,17 +17,32 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     // -h names the host, as in other database shells; help is --help alone.
     app.set_help_flag("--help", "Print this help and exit");
     app.add_option("-h,--host", options.connection.host,
-                   "server host (default: $OSTRADB_HOST, then the stored settings, then "
-                   "localhost)")
+                   "server host (default: $OSTRADB_HOST, then the -s connection's, then the stored "
+                   "settings, then localhost)")
         ->type_name("HOST")
         ->group("Connection");
     app.add_option("-p,--port", options.connection.port,
-                   "server port (default: $OSTRADB_PORT, then the stored settings, then 22344)")
+                   "server port (default: $OSTRADB_PORT, then the -s connection's, then the "
+                   "stored settings, then 22344)")
         ->check(CLI::Range(1, 65535))
         ->type_name("PORT")
         ->group("Connection");
-    app.add_option("-U,--user", options.connection.user, "user name (default: $OSTRADB_USER)")
+    app.add_option("-U,--user", options.connection.user,
+                   "user name (default: $OSTRADB_USER, then the -s connection's)")
         ->type_name("NAME")
+        ->group("Connection");
+    app.add_option("-s,--service", options.connection.service,
+                   "take host, port and user from the section NAME of "
+                   "~/.config/ostradb/servers.ini where flags and environment leave them open")
+        ->type_name("NAME")
+        ->group("Connection");
+    app.add_option("--timeout", options.connection.timeout,
+                   "give up when the server stays silent this long (connecting, answering, "
+                   "taking data); 0: never (default: $OSTRADB_TIMEOUT, else 300: long enough for "
+                   "a search or statistics over a large database, which report nothing while "
+                   "they run; the progress reports of server jobs count as answers)")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("SECONDS")
         ->group("Connection");
     app.add_flag("--json", options.json, "print one JSON document instead of tables")
         ->group("Output");
@@ -63,9 +78,11 @@ int Run(int argc, char** argv) {
     app.require_subcommand(1);
     app.fallthrough();
     app.footer(
-        "The password comes from $OSTRADB_PASSWORD or, on a terminal, from a prompt; never\n"
+        "The password comes from $OSTRADB_PASSWORD, the password file\n"
+        "(~/.config/ostradb/passwords or $OSTRADB_PASSFILE: lines host:port:user:password,\n"
+        "* for any value, readable by its owner only) or, on a terminal, from a prompt; never\n"
         "from the command line. Exit status: 0 done, 1 failed (the server refused, or cannot\n"
-        "be reached), 2 wrong usage, 130 interrupted.\n"
+        "be reached, or did not answer in time), 2 wrong usage, 130 interrupted.\n"
         "Start with:  ostradb demo");
     AddServerCommands(app, ctx);
     AddCatalogCommands(app, ctx);
@@ -103,11 +120,11 @@ int Run(int argc, char** argv) {
     }
     try {
         (*action)();
-        ctx.CloseSession();
+        ctx.CloseClient();
         return Interrupts().Interrupted() ? kExitInterrupted : kExitOk;
     } catch (...) {
         const int status = ReportCurrentException(ctx.Doing());
-        ctx.CloseSession();
+        ctx.CloseClient();
         return status;
     }
 }

@@ -6,8 +6,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
-#include <streambuf>
 #include <string>
 
 namespace ostradb::cli {
@@ -21,6 +19,11 @@ public:
     // The size of the whole transfer; unknown (negative) until set.
     void SetTotal(std::int64_t bytes);
     void Update(std::int64_t done);
+    // SetTotal and Update at once, as a transfer's progress callback reports them.
+    void Report(std::int64_t done, std::int64_t total) {
+        SetTotal(total);
+        Update(done);
+    }
     // Draws the final state and ends the line.
     void Finish();
     // Clears the line the bar occupies (a transfer that failed).
@@ -41,46 +44,6 @@ private:
     std::int64_t done_ = 0;
     std::chrono::steady_clock::time_point start_;
     std::chrono::steady_clock::time_point lastDraw_;
-};
-
-using ProgressCallback = std::function<void(std::int64_t bytesSoFar)>;
-
-// Passes written bytes on to target and reports how many went through.
-class CountingOutBuf : public std::streambuf {
-public:
-    CountingOutBuf(std::streambuf& target, ProgressCallback progress);
-
-protected:
-    std::streamsize xsputn(const char* data, std::streamsize n) override;
-    int_type overflow(int_type c) override;
-    int sync() override;
-
-private:
-    std::streambuf& target_;
-    ProgressCallback progress_;
-    std::int64_t count_ = 0;
-};
-
-// Reads from source and reports the position reached; seeks pass through, so the size can be
-// measured and the data sent again from the start.
-class CountingInBuf : public std::streambuf {
-public:
-    CountingInBuf(std::streambuf& source, ProgressCallback progress);
-
-protected:
-    int_type underflow() override;
-    int_type uflow() override;
-    std::streamsize xsgetn(char* data, std::streamsize n) override;
-    pos_type seekoff(off_type off, std::ios_base::seekdir dir,
-                     std::ios_base::openmode which) override;
-    pos_type seekpos(pos_type pos, std::ios_base::openmode which) override;
-
-private:
-    void Moved(std::int64_t n);
-
-    std::streambuf& source_;
-    ProgressCallback progress_;
-    std::int64_t position_ = 0;
 };
 
 }  // namespace ostradb::cli

@@ -6,36 +6,18 @@
 #include <iterator>
 
 #include "commands.hpp"
-#include "errors.hpp"
 #include "output.hpp"
 
 namespace ostradb::cli {
 
 namespace {
 
-// A command element alone is wrapped in a packet; the exchange wants the text to end with
-// "</packet>" and a line break.
-std::string CompletePacket(std::string text) {
-    while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == ' '))
-        text.pop_back();
-    std::size_t start = text.find_first_not_of(" \t\r\n");
-    if (start == std::string::npos) throw UsageError("raw: the packet is empty");
-    text.erase(0, start);
-    if (text.starts_with("<command")) text = "<packet version=\"1\">" + text + "</packet>";
-    if (!text.ends_with("</packet>"))
-        throw UsageError("raw: a packet is \"<packet ...>...</packet>\" or a \"<command .../>\"");
-    return text + "\r\n";
-}
-
 void RunRaw(Context& ctx, const std::string& packet) {
     std::string text = packet;
     if (packet == "-") text.assign(std::istreambuf_iterator<char>(std::cin), {});
-    text = CompletePacket(std::move(text));
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("sending the packet");
-    client.SendCmdToServer(text);
-    std::string answer = client.GetAnswer();
-    std::erase(answer, '\r');
+    const std::string answer = client.raw(text);
     if (ctx.Json()) {
         PrintJson(Json{{"answer", answer}});
     } else {
@@ -47,21 +29,18 @@ void RunRaw(Context& ctx, const std::string& packet) {
 }  // namespace
 
 void RunVersion(Context& ctx) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("asking for the server's version");
-    TServerVersion version;
-    client.GetServerVersion(version);
-    const Target& target = ctx.GetSession().GetTarget();
+    const std::string version = client.version();
     if (ctx.Json()) {
         PrintJson(Json{{"client", OSTRADB_VERSION},
-                       {"server", version.ToString()},
-                       {"host", target.host},
-                       {"port", target.port}});
+                       {"server", version},
+                       {"host", client.host()},
+                       {"port", client.port()}});
         return;
     }
     std::cout << "client  " << OSTRADB_VERSION << '\n'
-              << "server  " << version.ToString() << " at " << target.host << ':' << target.port
-              << '\n';
+              << "server  " << version << " at " << client.host() << ':' << client.port() << '\n';
 }
 
 void AddServerCommands(CLI::App& app, Context& ctx) {

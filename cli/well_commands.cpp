@@ -5,9 +5,6 @@
 #include <memory>
 
 #include "commands.hpp"
-#include "errors.hpp"
-#include "ostradb/protocol/search_commands.hpp"
-#include "ostradb/protocol/well_commands.hpp"
 #include "output.hpp"
 
 namespace ostradb::cli {
@@ -15,10 +12,10 @@ namespace ostradb::cli {
 namespace {
 
 // One column of names, or {"<key>": [names]} in JSON.
-void PrintNames(Context& ctx, const char* key, const char* header, const TStringList& names,
-                const std::string& empty) {
+void PrintNames(Context& ctx, const char* key, const char* header,
+                const std::vector<std::string>& names, const std::string& empty) {
     if (ctx.Json()) {
-        PrintJson(Json{{key, names.Lines()}});
+        PrintJson(Json{{key, names}});
         return;
     }
     Table table({header});
@@ -33,41 +30,32 @@ std::string Describe(const std::vector<std::string>& files) {
 }
 
 void RunTables(Context& ctx, const std::vector<std::string>& files) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("listing the tables of " + Describe(files));
-    TStringList names(files);
-    TStringList tables;
-    client.GetTablesList(names, tables);
-    PrintNames(ctx, "tables", "table", tables, "(no tables)");
+    PrintNames(ctx, "tables", "table", client.tables(files), "(no tables)");
 }
 
 void RunPlansheets(Context& ctx, const std::vector<std::string>& files) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("listing the plansheets of " + Describe(files));
-    TStringList plansheets;
-    client.GetPlansheetsList(TStringList(files), plansheets);
-    PrintNames(ctx, "plansheets", "plansheet", plansheets, "(no plansheets)");
+    PrintNames(ctx, "plansheets", "plansheet", client.plansheets(files), "(no plansheets)");
 }
 
 }  // namespace
 
 void RunCurves(Context& ctx, const std::vector<std::string>& files,
                const std::vector<std::string>& tables) {
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("listing the curves of " + Describe(files));
     const bool perFile = files.size() > 1;
-    TCurvesListOpts options = {cloIncludeTable, cloIncludeVersion, cloIncludeCount,
-                               cloIncludeTopBottomStep, cloIncludeUnits};
-    if (perFile) options.Include(cloIncludeFileNames);
-    TCurvesList curves;
-    client.GetCurvesList(TStringList(files), TStringList(tables), options, curves);
+    const std::vector<Curve> curves = client.curves(files, tables);
     if (ctx.Json()) {
         Json items = Json::array();
-        for (const TCurvesListItem& c : curves.Items) {
-            Json item = {{"curve", c.Curve},   {"table", c.Table}, {"version", c.Version},
-                         {"count", c.Count},   {"units", c.Units}, {"top", c.Top},
-                         {"bottom", c.Bottom}, {"step", c.Step}};
-            if (perFile) item["file"] = c.FileName;
+        for (const Curve& c : curves) {
+            Json item = {{"curve", c.name},    {"table", c.table}, {"version", c.versions},
+                         {"count", c.count},   {"units", c.units}, {"top", c.top},
+                         {"bottom", c.bottom}, {"step", c.step}};
+            if (perFile) item["file"] = c.file;
             items.push_back(std::move(item));
         }
         PrintJson(Json{{"curves", std::move(items)}});
@@ -79,16 +67,16 @@ void RunCurves(Context& ctx, const std::vector<std::string>& files,
     Table table(std::move(headers));
     for (std::size_t column : {3, 4, 5, 6, 7})
         table.AlignRight(column);
-    for (const TCurvesListItem& c : curves.Items) {
-        std::vector<std::string> row = {c.Curve,
-                                        c.Table,
-                                        c.Units,
-                                        std::to_string(c.Top),
-                                        std::to_string(c.Bottom),
-                                        std::to_string(c.Step),
-                                        std::to_string(c.Count),
-                                        c.Version};
-        if (perFile) row.push_back(c.FileName);
+    for (const Curve& c : curves) {
+        std::vector<std::string> row = {c.name,
+                                        c.table,
+                                        c.units,
+                                        std::to_string(c.top),
+                                        std::to_string(c.bottom),
+                                        std::to_string(c.step),
+                                        std::to_string(c.count),
+                                        c.versions};
+        if (perFile) row.push_back(c.file);
         table.AddRow(std::move(row));
     }
     table.Print("(no curves)");
@@ -96,22 +84,10 @@ void RunCurves(Context& ctx, const std::vector<std::string>& files,
 
 void RunSearch(Context& ctx, const std::string& database,
                const std::vector<std::string>& conditions, const std::string& tables) {
-    // The query text: the databases, the tables, then one condition a line.
-    std::string text =
-        TStringList{database == "all" ? "*" : database}.CommaText() + "\r\n" + tables + "\r\n";
-    for (const std::string& condition : conditions) {
-        if (condition.find('=') == std::string::npos || condition.back() == '=')
-            throw UsageError("search: \"" + condition + "\" is not NAME=VALUE");
-        text += condition + "\r\n";
-    }
-    TSearchRequest request;
-    request.ReadFromSimpleText(text);
-
-    TOstraDbProtocol& client = ctx.Client();
+    ostradb::Client& client = ctx.Client();
     ctx.Doing("searching \"" + database + "\"");
-    TStringList files;
-    client.Search(request, files);
-    PrintNames(ctx, "files", "file", files, "(nothing found)");
+    PrintNames(ctx, "files", "file", client.search(database, conditions, tables),
+               "(nothing found)");
 }
 
 void AddWellCommands(CLI::App& app, Context& ctx) {

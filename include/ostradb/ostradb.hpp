@@ -2,6 +2,11 @@
 
 // Everything an application needs, in one include.
 
+#include "ostradb/client/atomic_file.hpp"
+#include "ostradb/client/client.hpp"
+#include "ostradb/client/connect_options.hpp"
+#include "ostradb/client/errors.hpp"
+#include "ostradb/client/results.hpp"
 #include "ostradb/errors/data_layer_errors.hpp"
 #include "ostradb/model/databases.hpp"
 #include "ostradb/model/db_struct.hpp"

@@ -116,6 +116,12 @@ std::string TDatabaseInfo::ShortFileNameToLocalFileName(std::string_view shortNa
 
 std::string TDatabaseInfo::ShortFileNameToFullFileName(std::string_view shortName,
                                                        bool withHostAndPort) const {
+    return ShortFileNameToFullFileName(shortName, withHostAndPort, ConnSettings());
+}
+
+std::string TDatabaseInfo::ShortFileNameToFullFileName(std::string_view shortName,
+                                                       bool withHostAndPort,
+                                                       const TConnectionSettings& conn) const {
     if (IsProjectDatabase) return std::string(shortName);
 
     std::string internal = Path;
@@ -139,7 +145,6 @@ std::string TDatabaseInfo::ShortFileNameToFullFileName(std::string_view shortNam
         rest = shortName.substr(end + kRootEnd.size());
     }
 
-    const TConnectionSettings& conn = ConnSettings();
     std::string host;
     if (withHostAndPort)
         host = "/HOST:" + conn.GetServer() + "/" + "/PORT:" + std::to_string(conn.Port) + "/";

@@ -21,18 +21,17 @@ std::filesystem::path& ExecutableDirOverride() {
 }
 }  // namespace
 
+std::filesystem::path UserConfigDir() {
+    if (const char* own = std::getenv("OSTRADB_CONFIG_DIR"); own && *own) return own;
+    if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg && *xdg)
+        return std::filesystem::path(xdg) / "ostradb";
+    if (const char* home = std::getenv("HOME"); home && *home)
+        return std::filesystem::path(home) / ".config" / "ostradb";
+    return std::filesystem::current_path();
+}
+
 std::filesystem::path UserSettingsFile() {
-    std::filesystem::path dir;
-    if (const char* own = std::getenv("OSTRADB_CONFIG_DIR"); own && *own) {
-        dir = own;
-    } else if (const char* xdg = std::getenv("XDG_CONFIG_HOME"); xdg && *xdg) {
-        dir = std::filesystem::path(xdg) / "ostradb";
-    } else if (const char* home = std::getenv("HOME"); home && *home) {
-        dir = std::filesystem::path(home) / ".config" / "ostradb";
-    } else {
-        dir = std::filesystem::current_path();
-    }
-    return dir / "settings.ini";
+    return UserConfigDir() / "settings.ini";
 }
 
 std::filesystem::path ExecutableDir() {

@@ -25,8 +25,11 @@ if [ -x "$sandbox" ]; then
   trap 'kill "$sandbox_pid" 2>/dev/null; wait "$sandbox_pid" 2>/dev/null; rm -rf "$work"' EXIT
   for _ in $(seq 100); do [ -s "$work/port" ] && break; sleep 0.1; done
   port=$(head -n1 "$work/port")
-  OSTRADB_PASSWORD=admin LD_LIBRARY_PATH="$work/prefix/lib" \
-    "$work/consumer/databases" 127.0.0.1 "$port" admin >"$work/databases.txt"
+  OSTRADB_HOST=127.0.0.1 OSTRADB_PORT=$port OSTRADB_USER=admin OSTRADB_PASSWORD=admin \
+    OSTRADB_CONFIG_DIR="$work" LD_LIBRARY_PATH="$work/prefix/lib" \
+    "$work/consumer/databases" >"$work/databases.txt"
   grep -q $'\tNorth Sea Demo\t/Field/Well/Survey$' "$work/databases.txt"
+  LD_LIBRARY_PATH="$work/prefix/lib" "$work/consumer/tour" 127.0.0.1 "$port" >"$work/tour.txt"
+  grep -q 'removed the copy; still logged in as admin$' "$work/tour.txt"
 fi
 echo "package ok"

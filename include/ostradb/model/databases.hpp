@@ -23,6 +23,7 @@
 
 namespace ostradb {
 
+class TConnectionSettings;
 class TMemIniFile;
 class TLevelFilesList;
 
@@ -100,6 +101,9 @@ public:
     // raises TDbRootDirException for a prefix that cannot be resolved. With withHostAndPort
     // the name carries "/HOST:<server>//PORT:<port>/".
     std::string ShortFileNameToFullFileName(std::string_view shortName, bool withHostAndPort) const;
+    // The same for the server that settings describe rather than the process-wide one.
+    std::string ShortFileNameToFullFileName(std::string_view shortName, bool withHostAndPort,
+                                            const TConnectionSettings& settings) const;
 };
 
 // The databases of a server's answer.
