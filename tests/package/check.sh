@@ -29,4 +29,12 @@ if [ -x "$sandbox" ]; then
     "$work/consumer/databases" 127.0.0.1 "$port" admin >"$work/databases.txt"
   grep -q $'\tNorth Sea Demo\t/Field/Well/Survey$' "$work/databases.txt"
 fi
+
+# The Python package, when it is built, imports from the installed tree.
+python=$(sed -n 's/^Python3_EXECUTABLE:FILEPATH=//p' "$build_dir/CMakeCache.txt")
+for dir in "$work"/prefix/lib/python3*/*-packages; do
+  if [ -d "$dir/ostradb" ]; then
+    PYTHONPATH="$dir" "$python" -c "import ostradb; ostradb.TOstraDbProtocol()"
+  fi
+done
 echo "package ok"
