@@ -30,12 +30,14 @@ void Field(Cls& cls, const char* name, T D::*member) {
 
 #define OSTRADB_FIELD(cls, Class, name) ::ostradb::python::Field(cls, #name, &Class::name)
 
-void BindErrors(py::module_& m);        // errors.cpp
-void BindBasics(py::module_& m);        // basics.cpp: enumerations, sets, string lists, the
-                                        // serializer, free functions
+void BindErrors(py::module_& m);  // errors.cpp
+// basics.cpp: enumerations, sets, string lists, the serializer, free functions.
+void BindBasics(py::module_& m);
 void BindLevelFiles(py::module_& m);    // level_files.cpp: level files, columns, trunks
-void BindModel(py::module_& m);         // model.cpp: databases, structures, levels, filters
+void BindModel(py::module_& m);         // model.cpp: structures, levels, filters
+void BindDatabases(py::module_& m);     // databases.cpp: databases, connection settings
 void BindCommandTypes(py::module_& m);  // command_types.cpp: what the commands take and fill
+void BindWellTypes(py::module_& m);     // well_types.cpp: well contents, maps
 void BindUsers(py::module_& m);         // users.cpp: users, groups, server log and options
 using ProtocolClass = py::class_<TOstraDbProtocol>;
 void BindSession(ProtocolClass& c);       // session.cpp: connection, state, hooks, exchange

@@ -18,7 +18,9 @@ PYBIND11_MODULE(_ostradb, m) {
     BindBasics(m);
     BindLevelFiles(m);
     BindModel(m);
+    BindDatabases(m);
     BindCommandTypes(m);
+    BindWellTypes(m);
     BindUsers(m);
     BindSession(protocol);
     BindCommands(protocol);

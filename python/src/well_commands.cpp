@@ -63,34 +63,27 @@ std::pair<std::int32_t, Value> WithValue(TOstraDbProtocol& p, F&& f) {
     });
 }
 
+// DatServ_Load_WS and DatServ_Load_WSEx: RowNumber goes to the server and comes back replaced.
+template <auto Load>
+std::pair<std::int32_t, std::uint16_t> LoadWs(TOstraDbProtocol& p, const std::string& resFName,
+                                              const std::string& loadFName,
+                                              const std::string& selectedAim,
+                                              const std::string& tName, std::uint16_t rowNumber,
+                                              OutStreamArg<false>& stream) {
+    return WithValue<std::uint16_t>(p, [&](std::uint16_t& row) {
+        row = rowNumber;
+        return (p.*Load)(resFName, loadFName, selectedAim, tName, row, *stream.stream);
+    });
+}
+
 void BindDataLayerCommands(ProtocolClass& c) {
     using Handle = const TObjectHandle&;
-    c.def(
-         "DatServ_Load_WS",
-         [](TOstraDbProtocol& p, const std::string& resFName, const std::string& loadFName,
-            const std::string& selectedAim, const std::string& tName, std::uint16_t rowNumber,
-            OutStreamArg<false>& stream) {
-             return WithValue<std::uint16_t>(p, [&](std::uint16_t& row) {
-                 row = rowNumber;
-                 return p.DatServ_Load_WS(resFName, loadFName, selectedAim, tName, row,
-                                          *stream.stream);
-             });
-         },
-         "ResFName"_a, "LoadFName"_a, "SelectedAim"_a, "TName"_a, "RowNumber"_a, "Stream"_a,
-         "Returns (result code, RowNumber as the server replaced it).")
-        .def(
-            "DatServ_Load_WSEx",
-            [](TOstraDbProtocol& p, const std::string& resFName, const std::string& loadFName,
-               const std::string& selectedAim, const std::string& tName, std::uint16_t rowNumber,
-               OutStreamArg<false>& stream) {
-                return WithValue<std::uint16_t>(p, [&](std::uint16_t& row) {
-                    row = rowNumber;
-                    return p.DatServ_Load_WSEx(resFName, loadFName, selectedAim, tName, row,
-                                               *stream.stream);
-                });
-            },
-            "ResFName"_a, "LoadFName"_a, "SelectedAim"_a, "TName"_a, "RowNumber"_a, "Stream"_a,
-            "Returns (result code, RowNumber as the server replaced it).")
+    c.def("DatServ_Load_WS", &LoadWs<&TOstraDbProtocol::DatServ_Load_WS>, "ResFName"_a,
+          "LoadFName"_a, "SelectedAim"_a, "TName"_a, "RowNumber"_a, "Stream"_a,
+          "Returns (result code, RowNumber as the server replaced it).")
+        .def("DatServ_Load_WSEx", &LoadWs<&TOstraDbProtocol::DatServ_Load_WSEx>, "ResFName"_a,
+             "LoadFName"_a, "SelectedAim"_a, "TName"_a, "RowNumber"_a, "Stream"_a,
+             "Returns (result code, RowNumber as the server replaced it).")
         .OSTRADB_NET(DatServ_Save_WS, "SelectedAim"_a, "TName"_a, "FileName"_a, "CheckCopy"_a,
                      "Stream"_a)
         .OSTRADB_NET(DatServ_Save_WSExRW, "SelectedAim"_a, "TName"_a, "FileName"_a, "CheckCopy"_a,

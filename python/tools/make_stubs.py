@@ -27,7 +27,8 @@ HEADER = '''\
 # objects or bytearrays and come from binary file objects, bytes or other buffers.
 #
 # Items of collections are the items themselves, not copies: they are valid while their
-# collection holds them (clearing it, or a command filling it again, ends them).
+# collection holds them (clearing it, or a command filling it again, ends them). An object
+# passed to a call belongs to the call until it returns: leave it alone in other threads.
 
 import datetime
 from typing import (Any, BinaryIO, Callable, ClassVar, Dict, Iterable, Iterator, List, Optional,
