@@ -1,5 +1,6 @@
 #include "declared.hpp"
 
+#include <charconv>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -86,6 +87,17 @@ std::int64_t EnumValue(const PropInfo& p, py::handle value) {
                           py::str(cls.attr("__name__")).cast<std::string>());
 }
 
+// The double nearest the shortest decimal text of a float: 2701.8f reads as 2701.8, not as
+// 2701.800048828125.
+double ShortestDouble(float value) {
+    char text[32];
+    const auto [end, error] = std::to_chars(text, text + sizeof text, value);
+    if (error != std::errc()) return value;
+    double result = value;
+    std::from_chars(text, end, result);
+    return result;
+}
+
 py::object VariantToPython(const Variant& v) {
     switch (v.VarType()) {
         case varEmpty:
@@ -137,7 +149,8 @@ py::object GetProperty(const PropInfo& p, const Persistent& object, py::handle o
             return it != SetConversions().end() ? it->second.toPython(mask) : py::int_(mask);
         }
         case PropKind::Float:
-            return py::float_(p.getFloat(object));
+            return py::float_(p.single ? ShortestDouble(static_cast<float>(p.getFloat(object)))
+                                       : p.getFloat(object));
         case PropKind::String:
             return p.refString ? py::str(*p.refString(object)) : py::str(p.getString(object));
         case PropKind::Variant:

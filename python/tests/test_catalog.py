@@ -29,6 +29,7 @@ def test_walk_from_databases_to_the_bytes_of_a_file(admin, tmp_path):
     assert list(well.PathValues) == ["Северное", "12", "ГИС 2019"]
     curves = well.FindTable("ГИС").Curves
     assert [c.Name for c in curves][:3] == ["ГК", "НГК", "ПС"]
+    assert (curves[0].Stop, curves[0].Step, curves[0].NVers) == (2024.6, 0.2, 2)
     assert list(curves[1].Planshets) == ["Основной", "Корреляция"] and curves[-1].Name == "ДС"
     names, tables = ostradb.TStringList([full_name(west, well)]), ostradb.TStringList()
     admin.GetTablesList(names, tables)
