@@ -52,6 +52,14 @@ def paced_sandbox(tmp_path_factory):
     server.stop()
 
 
+@pytest.fixture(scope="session")
+def slow_sandbox(tmp_path_factory):
+    """Waits two seconds before every answer."""
+    server = Sandbox(tmp_path_factory.mktemp("slow"), "--fault-delay-ms", "2000")
+    yield server
+    server.stop()
+
+
 @pytest.fixture
 def admin(sandbox):
     with sandbox.client() as p:

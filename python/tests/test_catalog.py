@@ -75,6 +75,26 @@ def test_server_jobs_hand_info_packets_to_a_callable(admin):
         admin.DeleteDatabase(db_id)
 
 
+def test_login_dialog_and_packet_trace_are_python_callables(sandbox):
+    asked, packets = [], []
+
+    def dialog(sender, data):
+        asked.append((sender, data.User, data.Attempt))
+        data.User, data.Password = "viewer", "viewer"
+        return ostradb.ldrOk
+
+    with ostradb.TOstraDbProtocol() as p:
+        p.SetHostPort("127.0.0.1", sandbox.port)
+        p.SetLoginDialog(dialog)
+        p.SetPacketTrace(lambda request, text: packets.append((request, text)))
+        assert p.Login()
+    assert asked == [(p, "", 1)] and p.LastUser() == "viewer"
+    assert p.GetUserRights() == {ostradb.urView}
+    logins = [text for request, text in packets if request and 'cmd="login"' in text]
+    assert logins and "viewer" in logins[0]
+    assert [request for request, _ in packets[:2]] == [True, False]
+
+
 def test_declared_properties_convert_by_their_type():
     f = ostradb.TLevelFile(Name="a.ws", IsMain=True, FileId=7, Params=["Оператор=Партия 13"])
     assert (f.Name, f.IsMain, f.FileId, f.Params.Values("Оператор")) == ("a.ws", True, 7, "Партия 13")

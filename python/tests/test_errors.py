@@ -17,7 +17,7 @@ def closed_port():
         return s.getsockname()[1]
 
 
-def test_failures_map_to_the_error_classes(sandbox):
+def test_failures_map_to_the_error_classes(sandbox, slow_sandbox):
     with sandbox.client() as admin:
         _, files = catalog_files(admin)
     info, first = files[0]
@@ -28,8 +28,15 @@ def test_failures_map_to_the_error_classes(sandbox):
         p.SetHostPort("127.0.0.1", closed_port())
         p.Connect()
 
+    def impatient():
+        p = ostradb.TOstraDbProtocol()
+        p.SetHostPort("127.0.0.1", slow_sandbox.port)
+        p.SetReadTimeout(0.05)
+        p.Login("admin", "admin")
+
     cases = [
         (lambda: sandbox.client("admin", "wrong"), ostradb.ServerError, ostradb.ecWrongPassword),
+        (impatient, builtins.TimeoutError, None),
         (lambda: sandbox.client().GetFileContents(info.Path + "nowhere.ws", io.BytesIO()),
          ostradb.ServerError, ostradb.ecFileNotFound),
         (lambda: sandbox.client("viewer", "viewer").PutFileContents(name, b"x"),
