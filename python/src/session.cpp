@@ -21,7 +21,9 @@ pugi::xml_document ParseRequest(const std::string& text) {
 
 void BindSession(ProtocolClass& c) {
     c.def(py::init<>())
-        .def("__enter__", [](py::object self) { return self; })
+        .def(
+            "__enter__", [](TOstraDbProtocol& p) -> TOstraDbProtocol& { return p; },
+            py::return_value_policy::reference)
         .def("__exit__",
              [](TOstraDbProtocol& p, const py::args&) {
                  BusyGuard busy(p);
