@@ -37,7 +37,8 @@ bool StopSignal::SleepFor(std::chrono::milliseconds timeout) const {
     pollfd p{pipe_[0], POLLIN, 0};
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        // Rounded up: truncated, a pause of 1 ms would end before it began.
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(
             deadline - std::chrono::steady_clock::now());
         if (left.count() <= 0) return true;
         const int n = ::poll(&p, 1, static_cast<int>(left.count()));

@@ -32,4 +32,12 @@ if [ -x "$sandbox" ]; then
   LD_LIBRARY_PATH="$work/prefix/lib" "$work/consumer/tour" 127.0.0.1 "$port" >"$work/tour.txt"
   grep -q 'removed the copy; still logged in as admin$' "$work/tour.txt"
 fi
+
+# The Python package, when it is built, imports from the installed tree.
+python=$(sed -n 's/^Python3_EXECUTABLE:FILEPATH=//p' "$build_dir/CMakeCache.txt")
+for dir in "$work"/prefix/lib/python3*/*-packages; do
+  if [ -d "$dir/ostradb" ]; then
+    PYTHONPATH="$dir" "$python" -c "import ostradb; ostradb.TOstraDbProtocol()"
+  fi
+done
 echo "package ok"

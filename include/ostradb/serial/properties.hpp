@@ -22,6 +22,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <typeinfo>
 #include <vector>
 
 #include "ostradb/export.hpp"
@@ -50,6 +51,9 @@ struct PropInfo {
     bool single = false;  // a Float of single precision
     bool hasDefault = false;
     std::int64_t defaultValue = 0;
+    // The C++ type of the value (of the owning pointer for a unique_ptr object), for bindings
+    // that convert values by their type: a boolean or an enumeration, the range of an integer.
+    const std::type_info* type = nullptr;
 
     std::int64_t (*getOrdinal)(const Persistent&) = nullptr;
     void (*setOrdinal)(Persistent&, std::int64_t) = nullptr;
@@ -232,6 +236,7 @@ void Bind(PropInfo& p, Get, Put) {
     constexpr PropKind kind = KindOf<V>();
     constexpr bool settable = !std::is_same_v<Put, std::nullptr_t>;
     p.kind = kind;
+    p.type = &typeid(V);
     if constexpr (kind == PropKind::Enumeration || kind == PropKind::Char ||
                   kind == PropKind::Set || kind == PropKind::Int64 || kind == PropKind::Integer) {
         p.getOrdinal = &T::GetOrdinal;
