@@ -45,7 +45,9 @@ void BindDatabaseClasses(py::module_& m) {
         .def("CanBeAccessedLocally", &TDatabaseInfo::CanBeAccessedLocally)
         .def("ShortFileNameToLocalFileName", &TDatabaseInfo::ShortFileNameToLocalFileName,
              "shortName"_a)
-        .def("ShortFileNameToFullFileName", &TDatabaseInfo::ShortFileNameToFullFileName,
+        .def("ShortFileNameToFullFileName",
+             py::overload_cast<std::string_view, bool>(&TDatabaseInfo::ShortFileNameToFullFileName,
+                                                       py::const_),
              "shortName"_a, "withHostAndPort"_a)
         .def("__repr__", [](const TDatabaseInfo& i) {
             return "TDatabaseInfo(Id=" + std::to_string(i.Id) +
