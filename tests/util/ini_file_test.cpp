@@ -121,13 +121,23 @@ TEST_F(IniFile, ReadsHandWrittenFiles) {
     const fs::path file = dir_ / "hand.ini";
     WriteAll(file,
              "\xEF\xBB\xBF; comment\r\n[S]\r\nA = \"quoted\"\r\nB =  spaced  \r\n"
-             "C=\"\r\n#D=hidden\r\nnot a key line\r\n[T]\nE=1\n");
+             "C=\"\r\n#D=hidden\r\nnot a key line\r\n[T]\nE=1\n"
+             // Section lines never closed are not INI syntax either.
+             "[U\rF=2\n[\n\nV]\nG=3\n");
     TMemIniFile ini(file);
     EXPECT_EQ(ini.ReadString("S", "A", ""), "quoted");
     EXPECT_EQ(ini.ReadString("S", "B", ""), "spaced");
     EXPECT_EQ(ini.ReadString("S", "C", ""), "\"");
     EXPECT_FALSE(ini.ValueExists("S", "#D"));
     EXPECT_EQ(ini.ReadInteger("T", "E", 0), 1);
+    TStringList sections, keys;
+    ini.ReadSections(sections);
+    ini.ReadSection("T", keys);
+    EXPECT_EQ(sections.CommaText() + " " + keys.CommaText(), "S,T E,F,G");
+    // Written back, the file reads the same.
+    const std::string text = ini.ToText();
+    WriteAll(file, text);
+    EXPECT_EQ(TMemIniFile(file).ToText(), text);
 }
 
 TEST_F(IniFile, TypedValues) {
