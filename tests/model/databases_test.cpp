@@ -319,6 +319,8 @@ TEST_F(Settings, MissingEmptyAndNonsenseFilesLoadWhatTheyCan) {
         EXPECT_TRUE(o.ShowFiles);
         EXPECT_EQ(set.GetItem(0).LogicalStructures.GetCount(), 1);
         if (*text) {
+            // Counts beyond what the file holds make no more entries than it has.
+            EXPECT_EQ(set.Filters.GetCount(), 5);
             EXPECT_FALSE(o.ShowCurves);
             EXPECT_EQ(o.GetLastOpenedPaths(), (TStringList{"a\r\nb", "c"}));
             EXPECT_EQ(set.Filters.GetItem(0).Name, "F");
