@@ -148,9 +148,9 @@ TEST_F(FileNames, FullAndLocalFileNames) {
         {"${Root_5}\\x", "Root with ID = 5 not found for database \"Db\""},
     };
     for (const auto& [name, message] : failures)
-        EXPECT_EQ(
-            MessageOf<TDbRootDirException>([&] { info_.ShortFileNameToFullFileName(name, false); }),
-            message);
+        EXPECT_EQ(MessageOf<TDbRootDirException>(
+                      [&, &n = name] { info_.ShortFileNameToFullFileName(n, false); }),
+                  message);
 
     info_.IsProjectDatabase = true;
     EXPECT_EQ(info_.ShortFileNameToFullFileName("${Root_}\\a.", true), "${Root_}\\a.");
