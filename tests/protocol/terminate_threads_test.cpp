@@ -151,6 +151,9 @@ TEST_F(ExchangeTest, TerminateAbortsARequestBlockedInWrite) {
     client.Terminate();
     ExpectTerminated(request);
     EXPECT_FALSE(client.GetBusy());
+    // The upload was not acknowledged; the session goes on over a new connection.
+    server.Expect("get_x").Reply(AnswerPacket(R"(after="yes")"));
+    EXPECT_EQ(xml::Attr(Run("get_x").answer, "after"), "yes");
     server.Verify();
 }
 
