@@ -64,7 +64,7 @@ std::string ShellWord(const std::string& word) {
 
 class Walkthrough {
 public:
-    explicit Walkthrough(Context& ctx) : ctx_(ctx), color_(::isatty(STDOUT_FILENO) == 1) {}
+    explicit Walkthrough(Context&) : color_(::isatty(STDOUT_FILENO) == 1) {}
 
     // A numbered step: its title, the command line that does the same, then what it prints.
     template <class Action>
@@ -88,7 +88,6 @@ public:
     }
 
 private:
-    Context& ctx_;
     bool color_;
     int step_ = 0;
 };

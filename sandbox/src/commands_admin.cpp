@@ -27,10 +27,10 @@ void GetServOptions(CommandContext& ctx) {
     const std::vector<std::string> masks = ListArg(ctx.command, "Masks");
     pugi::xml_node list = ctx.answer.append_child("Options");
     for (const auto& [name, value] : ctx.store.GetOptions()) {
-        const bool wanted =
-            masks.empty() || std::any_of(masks.begin(), masks.end(), [&](const std::string& m) {
-                return WildcardMatch(Trim(m), name);
-            });
+        const bool wanted = masks.empty() || std::any_of(masks.begin(), masks.end(),
+                                                         [&n = name](const std::string& m) {
+                                                             return WildcardMatch(Trim(m), n);
+                                                         });
         if (!wanted) continue;
         pugi::xml_node item = list.append_child("Item");
         SetText(item, "Name", name);

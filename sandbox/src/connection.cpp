@@ -19,7 +19,7 @@ namespace ostradb::sandbox {
 
 namespace {
 
-// Requests are small; the reader zero-fills what it prepares, so ask for little at a time.
+// Requests are small: their text is read in small pieces.
 constexpr std::size_t kReadSize = std::size_t{16} << 10;
 constexpr std::size_t kChunkSize = std::size_t{256} << 10;
 

@@ -193,8 +193,9 @@ void DataStore::SetOptions(const ServerOptions& changes) {
     std::lock_guard write(writeMutex_);
     auto options = std::make_shared<ServerOptions>(GetOptions());
     for (const auto& [name, value] : changes) {
-        auto it = std::find_if(options->begin(), options->end(),
-                               [&](const auto& option) { return SameText(option.first, name); });
+        auto it = std::find_if(options->begin(), options->end(), [&n = name](const auto& option) {
+            return SameText(option.first, n);
+        });
         if (it != options->end())
             it->second = value;
         else

@@ -9,6 +9,7 @@
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/util/exceptions.hpp"
 #include "ostradb/util/ini_file.hpp"
+#include "ostradb/util/string_list.hpp"
 #include "ostradb/util/text.hpp"
 
 namespace ostradb {
@@ -29,11 +30,13 @@ std::string Required(pugi::xml_node node, const char* name) {
     return xml::Attr(node, name);
 }
 
-// Counts in a hand-edited INI file can be anything; no real settings come near this.
-constexpr int kMaxIniCount = 65536;
-
+// Counts in a hand-edited INI file can be anything. Every entry counted is a key of the
+// section, so the count is cut to its keys: a damaged file cannot make the reader build
+// millions of empty entries.
 int ReadCount(const TMemIniFile& ini, std::string_view section) {
-    return std::clamp(ini.ReadInteger(section, "Count", 0), 0, kMaxIniCount);
+    TStringList keys;
+    ini.ReadSection(section, keys);
+    return std::clamp(ini.ReadInteger(section, "Count", 0), 0, keys.Count());
 }
 
 std::string Numbered(const char* key, int n) {

@@ -18,15 +18,20 @@ namespace ostradb {
 
 namespace {
 
-// Counts in a hand-edited INI file can be anything; no real filter set comes near this.
-constexpr int kMaxIniCount = 65536;
-
 std::string Numbered(const char* key, int n) {
     return key + std::to_string(n);
 }
 
-int ReadCount(const TMemIniFile& ini, std::string_view section) {
-    return std::clamp(ini.ReadInteger(section, "Count", 0), 0, kMaxIniCount);
+// Counts in a hand-edited INI file can be anything. The count is cut to the entries the file
+// holds (keys of the section, or sections): a damaged file cannot make the reader build
+// millions of empty entries.
+int ReadCount(const TMemIniFile& ini, std::string_view section, bool ofSections) {
+    TStringList entries;
+    if (ofSections)
+        ini.ReadSections(entries);
+    else
+        ini.ReadSection(section, entries);
+    return std::clamp(ini.ReadInteger(section, "Count", 0), 0, entries.Count());
 }
 
 // "true", "false" or a number; anything else is false.
@@ -126,16 +131,31 @@ void TFilterItem::Assign(const TFilterItem& other) {
 }
 
 std::string TFilterItem::ToSimpleText() const {
-    std::string s = Key;
-    if (Not) s += ",not";
-    if (And) s += ",and";
-    s += " -> ";
-    s += Values.CommaText();
-    return s;
+    // The key is an item of the head's comma text: quoted when it holds a comma or the like,
+    // or the arrow that ends the head.
+    std::string head = TStringList{Key}.CommaText();
+    if (head.find("->") != std::string::npos && head.front() != '"') head = '"' + head + '"';
+    if (Not) head += ",not";
+    if (And) head += ",and";
+    return head + " -> " + Values.CommaText();
 }
 
+namespace {
+
+// The first "->" outside double quotes: a quoted key may hold one.
+std::size_t FindArrow(std::string_view text) {
+    bool quoted = false;
+    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+        if (text[i] == '"') quoted = !quoted;
+        if (!quoted && text[i] == '-' && text[i + 1] == '>') return i;
+    }
+    return std::string_view::npos;
+}
+
+}  // namespace
+
 void TFilterItem::FromSimpleText(std::string_view text) {
-    const std::size_t arrow = text.find("->");
+    const std::size_t arrow = FindArrow(text);
     TStringList head;
     head.SetCommaText(Trim(text.substr(0, arrow)));
     Key = head.Empty() ? std::string() : head[0];
@@ -310,7 +330,7 @@ void TFilter::SaveSettingsToIni(TMemIniFile& ini, std::string_view section) cons
 
 void TFilter::LoadSettingsFromIni(const TMemIniFile& ini, std::string_view section) {
     Items.Clear();
-    const int count = ReadCount(ini, section);
+    const int count = ReadCount(ini, section, false);
     for (int i = 1; i <= count; ++i) {
         TFilterItem& item = Items.Add();
         item.Key = ini.ReadString(section, Numbered("Key", i), "");
@@ -394,7 +414,7 @@ void TFilters::LoadSettingsFromIni(const TMemIniFile& ini, std::string_view pref
     Items.Clear();
     CurrentIndex = -1;
     UseAsGlobal = ini.ReadBool(section, "UseAsGlobal", UseAsGlobal);
-    const int count = ReadCount(ini, section);
+    const int count = ReadCount(ini, section, true);
     for (int k = 1; k <= count; ++k) {
         const std::string own = section + std::to_string(k);
         TFilter& f = Items.Add();

@@ -35,12 +35,16 @@ void Connection::Open(const std::string& host, std::uint16_t port,
                             ec = error;
                             done = true;
                         });
+    // Terminate stops the wait (io_context::stop may come from any thread).
+    SetConnecting(true);
     context_.run_for(timeout);
+    SetConnecting(false);
     if (!done) {
         asio::error_code ignored;
         socket_.close(ignored);
+        context_.restart();
         context_.run();  // lets the cancelled operation finish
-        ec = asio::error::timed_out;
+        ec = terminated_.load() ? asio::error::operation_aborted : asio::error::timed_out;
     }
     if (ec) {
         asio::error_code ignored;
@@ -76,8 +80,18 @@ bool Connection::IsOpen() const {
     return socket_.is_open() && !shutDown_.load();
 }
 
+void Connection::SetConnecting(bool connecting) {
+    std::lock_guard lock(fdMutex_);
+    connecting_ = connecting;
+}
+
 bool Connection::Terminate() {
     std::lock_guard lock(fdMutex_);
+    if (connecting_) {
+        terminated_.store(true);
+        context_.stop();
+        return true;
+    }
     if (fd_ < 0 || shutDown_.load()) return false;
     terminated_.store(true);
     shutDown_.store(true);

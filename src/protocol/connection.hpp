@@ -32,7 +32,8 @@ public:
     bool IsOpen() const;
 
     // Any thread: marks the request as terminated and shuts the socket down so that a blocked
-    // read or write returns. False (and nothing happens) when no connection is open.
+    // read or write returns, or stops a connect under way (Open raises). False (and nothing
+    // happens) when no connection is open or being opened.
     bool Terminate();
     bool Terminated() const { return terminated_.load(); }
     void ClearTerminated() { terminated_.store(false); }
@@ -50,6 +51,7 @@ public:
 
 private:
     void WaitReady(short events, std::chrono::milliseconds timeout, const char* what);
+    void SetConnecting(bool connecting);
     [[noreturn]] void Fail(int error, const char* what);
 
     asio::io_context context_;
@@ -61,6 +63,7 @@ private:
     // closed and its number reused.
     std::mutex fdMutex_;
     int fd_ = -1;
+    bool connecting_ = false;
     std::atomic<bool> shutDown_{false};
     std::atomic<bool> terminated_{false};
 };

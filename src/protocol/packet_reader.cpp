@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "ostradb/util/exceptions.hpp"
 
@@ -13,20 +14,30 @@ void PacketReader::TooLong() const {
 }
 
 void PacketReader::Feed(std::string_view bytes) {
+    if (bytes.empty()) return;
     std::memcpy(Prepare(bytes.size()), bytes.data(), bytes.size());
     Commit(bytes.size());
 }
 
 char* PacketReader::Prepare(std::size_t n) {
     Compact();
-    const std::size_t used = buffer_.size();
-    buffer_.resize(used + n);
-    prepared_ = used;
-    return buffer_.data() + used;
+    const std::size_t needed = size_ + n;
+    if (needed > capacity_) {
+        // Doubling keeps appends cheap; near the cap it stops at what a packet of the
+        // largest size accepted and one more read can need.
+        const std::size_t grown = std::max(needed, std::min(2 * capacity_, maxPacketSize_ + n));
+        char* p = static_cast<char*>(std::realloc(buffer_.get(), grown));
+        if (!p) throw std::bad_alloc();
+        buffer_.release();
+        buffer_.reset(p);
+        capacity_ = grown;
+    }
+    prepared_ = size_;
+    return buffer_.get() + size_;
 }
 
 void PacketReader::Commit(std::size_t n) {
-    buffer_.resize(prepared_ + n);
+    size_ = prepared_ + n;
 }
 
 bool PacketReader::Next(std::string& packet) {
@@ -64,19 +75,20 @@ bool PacketReader::NextPart(std::string_view& part) {
 }
 
 void PacketReader::Consume(std::size_t n) {
-    start_ += std::min(n, buffer_.size() - start_);
+    start_ += std::min(n, size_ - start_);
     scanned_ = 0;
 }
 
 void PacketReader::Clear() {
-    buffer_.clear();
+    size_ = 0;
     start_ = 0;
     scanned_ = 0;
 }
 
 void PacketReader::Compact() {
     if (start_ == 0) return;
-    buffer_.erase(0, start_);
+    std::memmove(buffer_.get(), buffer_.get() + start_, size_ - start_);
+    size_ -= start_;
     start_ = 0;
 }
 

@@ -6,6 +6,8 @@
 // client for answers and by servers for requests.
 
 #include <cstddef>
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -28,7 +30,9 @@ public:
     // Appends bytes received from the peer.
     void Feed(std::string_view bytes);
     // Room for up to n more bytes at the end of the buffer, for reading straight into it;
-    // Commit(k) then makes the first k of them part of the buffer.
+    // Commit(k) then makes the first k of them part of the buffer. While the pending bytes
+    // stay within MaxPacketSize (Next refuses more), the buffer never grows past
+    // MaxPacketSize + n.
     char* Prepare(std::size_t n);
     void Commit(std::size_t n);
 
@@ -44,16 +48,27 @@ public:
 
     // Bytes buffered past the last packet handed out: the start of a payload or of the next
     // packet.
-    std::string_view Pending() const { return {buffer_.data() + start_, buffer_.size() - start_}; }
+    std::string_view Pending() const { return {buffer_.get() + start_, size_ - start_}; }
     // Drops the first n pending bytes (they were consumed as payload).
     void Consume(std::size_t n);
     void Clear();
+    // Bytes allocated for the buffer.
+    std::size_t Capacity() const { return capacity_; }
 
 private:
+    struct Free {
+        void operator()(char* p) const { std::free(p); }
+    };
+
     void Compact();
     [[noreturn]] void TooLong() const;
 
-    std::string buffer_;
+    // realloc rather than a container: growing a large buffer then remaps its pages instead
+    // of holding the old and the new copy at once, and growth is not rounded up to a power
+    // of two past the cap.
+    std::unique_ptr<char, Free> buffer_;
+    std::size_t size_ = 0;
+    std::size_t capacity_ = 0;
     std::size_t start_ = 0;    // first byte not yet handed out
     std::size_t scanned_ = 0;  // bytes from start_ known to hold no complete terminator
     std::size_t prepared_ = 0;

@@ -143,6 +143,26 @@ bool WriteNewFile(const fs::path& path, const std::string& text) {
     return ok;
 }
 
+// SimpleIni takes a section line that is never closed ("[name" with no "]") for the section
+// of the keys after it, under a name that runs on into the next line; written back, such a
+// file reads differently. Like any line that is not INI syntax, it is dropped before parsing.
+std::string WithoutUnclosedSections(std::string_view data) {
+    std::string kept;
+    kept.reserve(data.size());
+    while (!data.empty()) {
+        const std::size_t end = std::min(data.find_first_of("\r\n"), data.size());
+        const std::string_view line = data.substr(0, end);
+        const std::size_t first = line.find_first_not_of(" \t");
+        if (first == std::string_view::npos || line[first] != '[' ||
+            line.find(']', first) != std::string_view::npos)
+            kept += line;
+        const std::size_t next = std::min(data.find_first_not_of("\r\n", end), data.size());
+        kept += data.substr(end, next - end);
+        data.remove_prefix(next);
+    }
+    return kept;
+}
+
 }  // namespace
 
 TMemIniFile::TMemIniFile(fs::path fileName)
@@ -163,7 +183,7 @@ TMemIniFile::TMemIniFile(fs::path fileName)
     // Windows-1251 as the system's other programs write it; a file edited by hand on a UTF-8
     // system is valid UTF-8, which Cyrillic Windows-1251 text practically never is.
     const std::string text = IsValidUtf8(data) ? data : Cp1251ToUtf8(data);
-    if (impl_->ini.LoadData(text) < 0) fail("not an INI file");
+    if (impl_->ini.LoadData(WithoutUnclosedSections(text)) < 0) fail("not an INI file");
 }
 
 TMemIniFile::~TMemIniFile() = default;

@@ -101,6 +101,56 @@ TEST_F(ChangesTest, PutAndGetMoveTheExactBytes) {
     EXPECT_EQ(ReadFile(named), small);
 }
 
+// Transfers cut or garbled by the server lose nothing: a download keeps the local file that
+// was there and leaves no temporary beside it; an upload the server did not acknowledge is
+// reported as failed, the server's file unchanged unless the server stored it before the cut.
+TEST_F(ChangesTest, CutTransfersLoseNothing) {
+    const std::string file = survey + "N1_log_2016.ws";
+    const std::string original = ReadFile(file);
+    const fs::path local = dir / "transfers" / "local.ws";
+    const fs::path upload = dir / "upload.bin";
+    fs::create_directories(local.parent_path());
+    WriteFile(local, "what was there");
+    WriteFile(upload, BinaryBytes(300000));
+    const struct {
+        const char* command;
+        std::int64_t sandbox::FaultSwitches::*cut;  // after how many bytes of what
+        std::int64_t at;
+        bool stored;  // the server stored the upload before the cut
+    } cases[] = {
+        {"get_file_contents", &sandbox::FaultSwitches::dropAfterAnswerBytes, 0, false},
+        {"get_file_contents", &sandbox::FaultSwitches::dropAfterAnswerBytes, 60, false},
+        {"get_file_contents", &sandbox::FaultSwitches::dropAfterPayloadBytes, 0, false},
+        {"get_file_contents", &sandbox::FaultSwitches::dropAfterPayloadBytes, 5000, false},
+        {"get_file_contents", nullptr, 0, false},  // malformed answer
+        {"put_file_contents", &sandbox::FaultSwitches::dropAfterRequestPayloadBytes, 0, false},
+        {"put_file_contents", &sandbox::FaultSwitches::dropAfterRequestPayloadBytes, 150000, false},
+        {"put_file_contents", &sandbox::FaultSwitches::dropAfterAnswerBytes, 10, true},
+    };
+    for (const auto& c : cases) {
+        sandbox::FaultSwitches faults;
+        faults.command = c.command;
+        if (c.cut)
+            faults.*c.cut = c.at;
+        else
+            faults.malformedAnswer = true;
+        server->SetFaults(faults);
+        const bool get = std::string_view(c.command) == "get_file_contents";
+        const CliResult result =
+            get ? Run({"get", file, "-o", local.string()}) : Run({"put", file, upload.string()});
+        SCOPED_TRACE(std::string(c.command) + " cut at " + std::to_string(c.at));
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(Lines(result.err).size(), 1u) << result.err;
+        EXPECT_EQ(ListDir(local.parent_path()), std::vector<std::string>{"local.ws"});
+        EXPECT_EQ(ReadFile(local), "what was there");
+        EXPECT_EQ(ReadFile(file) == original, !c.stored);
+        WriteFile(file, original);
+    }
+    server->ClearFaults();
+    EXPECT_EQ(Run({"get", file, "-o", local.string()}).status, 0);
+    EXPECT_TRUE(ReadFile(local) == original);
+}
+
 TEST_F(ChangesTest, ExistsMoveAndDelete) {
     const std::string a = survey + "N1_log_2016.ws";
     const std::string b = survey + "renamed.ws";

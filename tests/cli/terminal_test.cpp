@@ -88,19 +88,21 @@ TEST_F(TerminalTest, DownloadDrawsAProgressBarAndSavesTheWholeFile) {
     EXPECT_EQ(ReadFile(out), ReadFile(smallFile));
 }
 
-TEST_F(TerminalTest, InterruptedDownloadLeavesNoFileBehind) {
+TEST_F(TerminalTest, InterruptedDownloadKeepsTheFileThatWasThere) {
     // Long enough that the interrupt surely comes in the middle: about 15 s unpaced.
     PaceDownloads(8192, 100ms);
     const fs::path downloads = dir / "downloads";
     fs::create_directories(downloads);
+    WriteFile(downloads / "big.ws", "old bytes");
     PtyChild child({"get", largeFile, "-o", (downloads / "big.ws").string()}, Env());
     // The bar shows once the first bytes are in: the temporary file exists by then.
     ASSERT_NE(child.WaitFor("%"), std::string::npos);
-    EXPECT_EQ(ListDir(downloads).size(), 1u);
+    EXPECT_EQ(ListDir(downloads).size(), 2u);
     child.Signal(SIGINT);
     EXPECT_EQ(child.Wait(5s), 130) << child.Output();
     EXPECT_NE(child.Output().find("ostradb: interrupted"), std::string::npos) << child.Output();
-    EXPECT_EQ(ListDir(downloads), std::vector<std::string>{});
+    EXPECT_EQ(ListDir(downloads), std::vector<std::string>{"big.ws"});
+    EXPECT_EQ(ReadFile(downloads / "big.ws"), "old bytes");
 }
 
 }  // namespace

@@ -58,6 +58,9 @@ TEST(FilterItem, SimpleTextBothWays) {
         {" %well , not,and->1, 2 ", "%well,not,and -> 1,2"},
         {"curves,AND -> \"a b\",\"c,d\"", "curves,and -> \"a b\",\"c,d\""},
         {"%field", "%field -> "},
+        // A key holding a comma or an arrow is quoted.
+        {"\"*t.a,b->c\",not -> 1", "\"*t.a,b->c\",not -> 1"},
+        {"\"a->b\" -> 1", "\"a->b\" -> 1"},
     };
     for (const auto& [text, written] : cases) {
         TFilterItem item;

@@ -1,6 +1,7 @@
 // The exchange over real TCP against the scripted server: framing, info packets, payloads both
 // ways, error answers, the re-login on code 27, the busy guard, reconnects, and bad answers.
 
+#include <cstdint>
 #include <functional>
 #include <sstream>
 #include <vector>
@@ -328,6 +329,9 @@ TEST_F(ExchangeTest, BadAnswersRaiseClearly) {
     } cases[] = {
         {"malformed XML", [](auto& s) { s.Expect().Send("<packet><answer></packet>\r\n"); },
          Is<EXmlError>, "", "", true},
+        {"garbage",
+         [](auto& s) { s.Expect().Send(std::string("\x01\xFF\0<<\x80</packet>\r\n", 17)); },
+         Is<Error>, "Не удалось считать данные ответа сервера!", "", true},
         {"payload size not a number",
          [](auto& s) { s.Expect().Reply(R"(<packet bin_data_size="12x"></packet>)"); },
          Is<EConvertError>, "", "", true},
@@ -339,6 +343,10 @@ TEST_F(ExchangeTest, BadAnswersRaiseClearly) {
              s.Expect().Send(WirePacket(PayloadPacket(100)) + "abc").Send("defg").Drop();
          },
          Is<ESocketError>, "7 of 100", "abcdefg", false},
+        // The announced size decides no allocation: the payload streams until the drop.
+        {"huge payload announced",
+         [](auto& s) { s.Expect().Send(WirePacket(PayloadPacket(INT64_MAX)) + "abc").Drop(); },
+         Is<ESocketError>, "3 of 9223372036854775807", "abc", false},
         {"answer that never ends",
          [](auto& s) { s.Expect().Send(std::string(3000, ' ')).StallUntilClosed(); }, Is<Error>,
          "exceeds 2048 bytes", "", false},
@@ -364,6 +372,45 @@ TEST_F(ExchangeTest, BadAnswersRaiseClearly) {
         EXPECT_EQ(out.str(), c.streamed);
         EXPECT_FALSE(cl.GetBusy());
         EXPECT_EQ(cl.Connected(), c.connected);
+        // The session goes on, over a new connection when the old one was closed.
+        srv.Expect().Reply(AnswerPacket(R"(after="1")"));
+        EXPECT_EQ(xml::Attr(detail::Request(cl, "get_x").Exchange().answer, "after"), "1");
+        srv.Verify();
+    }
+}
+
+// The connection drops anywhere in an answer. A cut in the text is met by one reconnect and
+// resend (the second cut raises); a cut in the data is raised at once, the stream holding
+// exactly the bytes that arrived. The next request goes out over a new connection.
+TEST_F(ExchangeTest, ConnectionDroppedAnywhereInAnAnswer) {
+    const std::string text = WirePacket(PayloadPacket(10, R"(name="Скважина")"));
+    const std::string whole = text + "0123456789";
+    for (std::size_t cut : {std::size_t{0}, std::size_t{1}, std::size_t{30}, text.size() - 11,
+                            text.size() - 1, text.size(), text.size() + 1, whole.size() - 1}) {
+        SCOPED_TRACE(cut);
+        test::ScriptedServer srv;
+        TOstraDbProtocol cl;
+        srv.PointAt(cl);
+        const bool inText = cut < text.size();
+        for (int attempt = inText ? 2 : 1; attempt > 0; --attempt)
+            srv.Expect().Send(whole.substr(0, cut)).Drop();
+        const std::size_t streamed = inText ? 0 : cut - text.size();
+        std::ostringstream out;
+        try {
+            detail::Request(cl, "get_file_contents").Exchange(nullptr, &out);
+            ADD_FAILURE() << "no exception";
+        } catch (const ESocketError& e) {
+            if (!inText) {
+                EXPECT_NE(std::string(e.what()).find(std::to_string(streamed) + " of 10"),
+                          std::string::npos)
+                    << e.what();
+            }
+        }
+        EXPECT_EQ(out.str(), whole.substr(text.size(), streamed));
+        EXPECT_FALSE(cl.GetBusy());
+        srv.Expect().Reply(AnswerPacket(R"(after="1")"));
+        EXPECT_EQ(xml::Attr(detail::Request(cl, "get_x").Exchange().answer, "after"), "1");
+        EXPECT_EQ(srv.Connections(), inText ? 3 : 2);
         srv.Verify();
     }
 }

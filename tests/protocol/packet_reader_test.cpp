@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,23 @@ TEST(PacketReader, RefusesAPacketLongerThanTheCap) {
     exact.Feed(kA + "more bytes after it");
     ASSERT_TRUE(exact.Next(packet));
     EXPECT_EQ(packet, kA);
+
+    // Read as the exchange reads, a packet that never ends never holds much more than the cap.
+    for (std::size_t cap : {std::size_t{1} << 20, std::size_t{1000000}}) {
+        PacketReader endless(cap);
+        const std::size_t chunk = 64 << 10;
+        std::size_t fed = 0;
+        EXPECT_THROW(
+            for (;;) {
+                std::memset(endless.Prepare(chunk), 'x', chunk);
+                endless.Commit(chunk);
+                fed += chunk;
+                endless.Next(packet);
+            },
+            Error);
+        EXPECT_GT(fed, cap);
+        EXPECT_LE(endless.Capacity(), cap + chunk) << cap;
+    }
 }
 
 TEST(Wire, EncodesRequestsInWindows1251WithCrLf) {

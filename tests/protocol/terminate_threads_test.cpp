@@ -1,8 +1,15 @@
 // Calls from another thread while a request runs: Terminate aborts it, a second request is
 // refused. These tests run under ThreadSanitizer (label "threads").
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <future>
+#include <sstream>
 #include <thread>
+#include <vector>
 
 #include "exchange_fixture.hpp"
 #include "ostradb/model/databases.hpp"
@@ -15,9 +22,11 @@ using namespace std::chrono_literals;
 using test::AnswerPacket;
 
 // Runs a request on its own thread.
-std::future<void> StartRequest(TOstraDbProtocol& client, std::istream* send) {
-    return std::async(std::launch::async,
-                      [&client, send] { detail::Request(client, "put_file").Exchange(send); });
+std::future<void> StartRequest(TOstraDbProtocol& client, std::istream* send,
+                               std::ostream* receive = nullptr) {
+    return std::async(std::launch::async, [&client, send, receive] {
+        detail::Request(client, "put_file").Exchange(send, receive);
+    });
 }
 
 bool Done(const std::future<void>& request) {
@@ -36,22 +45,93 @@ void ExpectTerminated(std::future<void>& request) {
     }
 }
 
-TEST_F(ExchangeTest, TerminateAbortsARequestBlockedInRead) {
-    server.Expect("put_file").StallUntilClosed();
-    server.Expect("get_x").Reply(AnswerPacket(R"(after="yes")"));
-    std::future<void> request = StartRequest(client, nullptr);
-    server.Request(0);  // the request is out; the client waits for the answer
-    std::this_thread::sleep_for(50ms);
-    EXPECT_FALSE(Done(request));
-    client.Terminate();
-    ExpectTerminated(request);
-    EXPECT_FALSE(client.GetBusy());
-    EXPECT_TRUE(client.GetTerminated());
-    // The session carries on over a new connection.
-    EXPECT_EQ(xml::Attr(Run("get_x").answer, "after"), "yes");
-    EXPECT_FALSE(client.GetTerminated());
-    EXPECT_EQ(server.Connections(), 2);
-    server.Verify();
+// A port on 127.0.0.1 whose listener never accepts and whose queue is full, so that the
+// server drops connection requests and a connect waits.
+class FullListener {
+public:
+    FullListener() {
+        sockaddr_in addr{};
+        addr.sin_family = AF_INET;
+        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof addr;
+        fds_.push_back(::socket(AF_INET, SOCK_STREAM, 0));
+        if (::bind(fds_[0], reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 ||
+            ::listen(fds_[0], 0) != 0 ||
+            ::getsockname(fds_[0], reinterpret_cast<sockaddr*>(&addr), &length) != 0)
+            throw std::runtime_error("listen failed");
+        port_ = ntohs(addr.sin_port);
+        for (int i = 0; i < 3; ++i) {
+            fds_.push_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0));
+            ::connect(fds_.back(), reinterpret_cast<sockaddr*>(&addr), sizeof addr);
+        }
+    }
+    ~FullListener() {
+        for (int fd : fds_)
+            ::close(fd);
+    }
+    std::uint16_t Port() const { return port_; }
+
+private:
+    std::vector<int> fds_;
+    std::uint16_t port_ = 0;
+};
+
+// Terminate ends a request wherever it waits; the session then carries on over a new
+// connection.
+TEST_F(ExchangeTest, TerminateAbortsARequestWhereverItWaits) {
+    FullListener full;
+    struct Case {
+        const char* name;
+        std::function<void(test::ScriptedServer&, TOstraDbProtocol&)> setUp;
+        bool sent;             // the request reaches the server
+        std::string streamed;  // what reached the caller's stream
+    } cases[] = {
+        {"connecting",
+         [&](test::ScriptedServer&, TOstraDbProtocol& c) {
+             c.SetHostPort("127.0.0.1", full.Port());
+         },
+         false, ""},
+        {"reading the answer",
+         [](test::ScriptedServer& s, TOstraDbProtocol&) {
+             s.Expect("put_file").StallUntilClosed();
+         },
+         true, ""},
+        {"reading the data",
+         [](test::ScriptedServer& s, TOstraDbProtocol&) {
+             s.Expect("put_file")
+                 .Send(test::WirePacket(test::PayloadPacket(1 << 30)) + "abc")
+                 .StallUntilClosed();
+         },
+         true, "abc"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        test::ScriptedServer srv;
+        TOstraDbProtocol cl;
+        srv.PointAt(cl);
+        cl.SetConnectTimeout(30000);
+        c.setUp(srv, cl);
+        std::ostringstream out;
+        std::future<void> request = StartRequest(cl, nullptr, &out);
+        if (c.sent) srv.Request(0);
+        std::this_thread::sleep_for(50ms);
+        EXPECT_FALSE(Done(request));
+        // Until the request is seen waiting: a Terminate before it started does nothing.
+        while (!cl.GetTerminated() && !Done(request)) {
+            cl.Terminate();
+            std::this_thread::sleep_for(10ms);
+        }
+        ExpectTerminated(request);
+        EXPECT_EQ(out.str(), c.streamed);
+        EXPECT_FALSE(cl.GetBusy());
+        EXPECT_TRUE(cl.GetTerminated());
+
+        srv.PointAt(cl);
+        srv.Expect("get_x").Reply(AnswerPacket(R"(after="yes")"));
+        EXPECT_EQ(xml::Attr(detail::Request(cl, "get_x").Exchange().answer, "after"), "yes");
+        EXPECT_FALSE(cl.GetTerminated());
+        srv.Verify();
+    }
 }
 
 TEST_F(ExchangeTest, TerminateAbortsARequestBlockedInWrite) {
@@ -72,6 +152,9 @@ TEST_F(ExchangeTest, TerminateAbortsARequestBlockedInWrite) {
     client.Terminate();
     ExpectTerminated(request);
     EXPECT_FALSE(client.GetBusy());
+    // The upload was not acknowledged; the session goes on over a new connection.
+    server.Expect("get_x").Reply(AnswerPacket(R"(after="yes")"));
+    EXPECT_EQ(xml::Attr(Run("get_x").answer, "after"), "yes");
     server.Verify();
 }
 

@@ -233,11 +233,12 @@ TEST_F(NavigationTest, TheSessionFilterAppliesWhereTheRequestAsksForIt) {
         {"True", FilterOf("%well", {"7", "7б"}), In(1, {"7", "7б"})},
     };
     for (const auto& [useFilter, filter, expected] : stats) {
-        const detail::Answer ans = Call(*client, "get_filter_stats", [&](pugi::xml_node c) {
-            c.append_attribute("db_id") = 1;
-            c.append_attribute("use_filter") = useFilter;
-            if (filter) filter(c);
-        });
+        const detail::Answer ans =
+            Call(*client, "get_filter_stats", [&u = useFilter, &f = filter](pugi::xml_node c) {
+                c.append_attribute("db_id") = 1;
+                c.append_attribute("use_filter") = u;
+                if (f) f(c);
+            });
         EXPECT_EQ(ans.answer.attribute("total_files").as_ullong(), west.size());
         EXPECT_EQ(ans.answer.attribute("filtered_files").as_ullong(), OnDisk(west, expected).size())
             << useFilter;

@@ -137,16 +137,42 @@ TEST_F(ReliabilityTest, StalledClientsAreDroppedWithoutHoldingUpOthers) {
     EXPECT_TRUE(dropped("the client did not read the answer"));
 }
 
+// Connections that never send fill the server up to its limit; beyond it connections are
+// closed at once, and the client that was there first is served throughout.
 TEST_F(ReliabilityTest, ConnectionsBeyondTheLimitAreRefused) {
-    StartServer([](sandbox::SandboxOptions& o) { o.maxConnections = 2; });
+    StartServer([](sandbox::SandboxOptions& o) { o.maxConnections = 4; });
     auto first = Connect();
-    auto raw = std::make_unique<RawClient>(server->Port());
-    ASSERT_TRUE(OpenConnectionsBecome(*server, 2));
+    std::vector<std::unique_ptr<RawClient>> idle;
+    for (int i = 0; i < 3; ++i)
+        idle.push_back(std::make_unique<RawClient>(server->Port()));
+    ASSERT_TRUE(OpenConnectionsBecome(*server, 4));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(RawClient(server->Port()).ClosedByServer(5s));
+        EXPECT_EQ(DbId(*first, kNorthSea), 2);
+    }
     EXPECT_THROW(Connect(), ESocketError);
-    raw.reset();
-    ASSERT_TRUE(OpenConnectionsBecome(*server, 1));
+    idle.pop_back();
+    ASSERT_TRUE(OpenConnectionsBecome(*server, 3));
     EXPECT_EQ(DbId(*Connect(), kNorthSea), 2);
     EXPECT_EQ(DbId(*first, kNorthSea), 2);
+}
+
+// A thousand connections opened and closed at once, half of them in the middle of a packet,
+// leave the server serving and holding only its client's connection.
+TEST_F(ReliabilityTest, AThousandShortConnectionsLeaveTheServerServing) {
+    auto client = Connect();
+    const std::uint64_t before = server->AcceptedConnections();
+    for (int i = 0; i < 1000; ++i) {
+        RawClient raw(server->Port());
+        if (i % 2) raw.Send("<packet><command cmd=\"get_db_list\"");
+    }
+    EXPECT_EQ(DbId(*client, kNorthSea), 2);
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (server->AcceptedConnections() < before + 1000 &&
+           std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_EQ(server->AcceptedConnections(), before + 1000);
+    EXPECT_TRUE(OpenConnectionsBecome(*server, 1));
 }
 
 TEST_F(ReliabilityTest, StopEndsEveryConnection) {

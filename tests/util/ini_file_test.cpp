@@ -129,7 +129,9 @@ TEST_F(IniFile, ReadsHandWrittenFiles) {
     const fs::path file = dir_ / "hand.ini";
     WriteAll(file,
              "\xEF\xBB\xBF; comment\r\n[S]\r\nA = \"quoted\"\r\nB =  spaced  \r\n"
-             "C=\"\r\n#D=hidden\r\nnot a key line\r\n[T]\nE=1\nЖ=ё😀\n");
+             "C=\"\r\n#D=hidden\r\nnot a key line\r\n[T]\nE=1\nЖ=ё😀\n"
+             // Section lines never closed are not INI syntax either.
+             "[U\rF=2\n[\n\nV]\nG=3\n");
     TMemIniFile ini(file);
     EXPECT_EQ(ini.ReadString("S", "A", ""), "\"quoted\"");
     EXPECT_EQ(ini.ReadString("S", "B", ""), "spaced");
@@ -144,6 +146,14 @@ TEST_F(IniFile, ReadsHandWrittenFiles) {
     // The system's other programs write Windows-1251.
     WriteAll(dir_ / "cp.ini", Utf8ToCp1251("[Скважина]\r\nИмя=Юг\r\n"));
     EXPECT_EQ(TMemIniFile(dir_ / "cp.ini").ReadString("Скважина", "Имя", ""), "Юг");
+    TStringList sections, keys;
+    ini.ReadSections(sections);
+    ini.ReadSection("T", keys);
+    EXPECT_EQ(sections.CommaText() + " " + keys.CommaText(), "S,T E,Ж,F,G");
+    // Written back, the file reads the same.
+    const std::string text = ini.ToText();
+    WriteAll(file, text);
+    EXPECT_EQ(TMemIniFile(file).ToText(), text);
 }
 
 TEST_F(IniFile, TypedValues) {

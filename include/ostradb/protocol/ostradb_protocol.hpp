@@ -197,8 +197,8 @@ public:
     std::int32_t SendCmdToServer(std::string_view PacketText);
     const std::string& GetAnswer() const { return FAnswer; }
 
-    // Aborts the running request from any thread: the blocked read or write raises
-    // TTerminatedExeption. Does nothing when not connected.
+    // Aborts the running request from any thread: the blocked connect, read or write raises
+    // TTerminatedExeption. Does nothing when not connected or connecting.
     void Terminate();
 
     // ---- Login and server version (src/protocol/login.cpp) --------------------------------
