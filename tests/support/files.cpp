@@ -39,4 +39,16 @@ std::vector<std::string> ListDir(const fs::path& dir) {
     return names;
 }
 
+std::string BinaryBytes(std::size_t size, std::uint32_t seed) {
+    std::string bytes(size, '\0');
+    std::uint32_t x = seed | 1;
+    for (std::size_t i = 0; i < size; ++i) {
+        x ^= x << 13;
+        x ^= x >> 17;
+        x ^= x << 5;
+        bytes[i] = static_cast<char>(i < 256 ? i : x & 0xFF);
+    }
+    return bytes;
+}
+
 }  // namespace ostradb::test

@@ -2,6 +2,7 @@
 
 // Files and directories for tests that read and write real ones.
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -30,5 +31,7 @@ std::string ReadFile(const fs::path& path);
 void WriteFile(const fs::path& path, const std::string& bytes);
 // The names in dir, sorted.
 std::vector<std::string> ListDir(const fs::path& dir);
+// Bytes 0..255 and then a pseudo-random tail: every byte value, no text.
+std::string BinaryBytes(std::size_t size, std::uint32_t seed = 1);
 
 }  // namespace ostradb::test
