@@ -214,6 +214,7 @@ TEST(Filters, IniRoundTripThroughFile) {
         ini.WriteString("Hand", "Value1", "\"1,2\"");
         ini.WriteString("Hand", "Value2", "no key");
         ini.WriteString("Hand", "Key3", "curves");
+        ini.WriteString("Hand", "Value3", "x\"");  // quoted at one end only: kept
         ini.UpdateFile();
     }
     const TMemIniFile ini(file);
@@ -237,7 +238,9 @@ TEST(Filters, IniRoundTripThroughFile) {
     TFilter hand;
     hand.LoadSettingsFromIni(ini, "Hand");
     ASSERT_EQ(hand.GetCount(), 2);  // the item without a key is dropped
-    EXPECT_EQ(Row(test::Joined(hand.GetItem(0).Values), hand.GetItem(1).Oper), "1|2||=|");
+    EXPECT_EQ(Row(test::Joined(hand.GetItem(0).Values), hand.GetItem(1).Oper,
+                  test::Joined(hand.GetItem(1).Values)),
+              "1|2||=|x\"||");
 }
 
 }  // namespace

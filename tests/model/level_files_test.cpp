@@ -79,7 +79,7 @@ TEST(LevelFilesRead, ReadsFilesTablesCurvesRowsAndPaths) {
   </file>
   <File extra_path="" name="upper" type="1" trunk_id="" is_main="false"/>
   <item/>
-  <file extra_path="" name="b.ws" type="1" trunk_id="" is_main="False">
+  <file name="b.ws" type="1" trunk_id="" is_main="False" extra_path="e/">
     <path><item value="A"/><item value="B"/></path>
   </file>
 </answer>)"),
@@ -87,7 +87,8 @@ TEST(LevelFilesRead, ReadsFilesTablesCurvesRowsAndPaths) {
 
     ASSERT_EQ(list.GetCount(), 2);
     // No "table": the curve's own table; no quality mark: 9999. A path shorter than the
-    // structure has no names; no "file_id", "flags" or "UserRights": the defaults.
+    // structure has no names; no "file_id", "flags" or "UserRights": the defaults; attributes
+    // in another order are found all the same.
     EXPECT_EQ(Text(list.GetItem(0)),
               "x/|w12.ws|2|T12|1|7|1099511627776|3 params size=10|author=Иванов| plansheets "
               "Основной| path Месторождение|Площадь|Скв 12|ГИС| names %field=Месторождение|"
@@ -95,7 +96,7 @@ TEST(LevelFilesRead, ReadsFilesTablesCurvesRowsAndPaths) {
               "\n PL|other|0|0|2|k1|v1|7|3|!PL on P1|P2|"
               "\n GK|formation|100.5|0.1|1|||1|9999|GK on "
               "\n row TOP=1500;NAME=Ю1 float");
-    EXPECT_EQ(Text(list.GetItem(1)), "|b.ws|1||0|-1|0|-1 params  plansheets  path A|B| names ");
+    EXPECT_EQ(Text(list.GetItem(1)), "e/|b.ws|1||0|-1|0|-1 params  plansheets  path A|B| names ");
     EXPECT_EQ(list.GetItem(0).GetTable(0).FindCurve("gk"), &list.GetItem(0).GetTable(0).Curves[1]);
 
     // Without a structure no path names at all.
