@@ -85,6 +85,7 @@ TEST(Variants, CastToAndFromTextByTypeName) {
         {Variant(std::int64_t{1} << 40), "1099511627776", "varInt64"},
         {Variant(0.25), "0.25", "varDouble"},
         {Variant::Date(45000.5), "45000.5", "varDate"},
+        {Variant::OfFloat(varCurrency, 12.5), "12.5", "varCurrency"},
         {Variant("Пласт"), "Пласт", "varString"},
         {Variant::Null(), "", "varNull"},
         {Variant(), "", "varEmpty"},
