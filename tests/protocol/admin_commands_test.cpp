@@ -1,6 +1,5 @@
 // Administration commands: what each sends and reads; the log, options and file statistics.
 
-#include <functional>
 #include <tuple>
 
 #include "exchange_fixture.hpp"
@@ -13,7 +12,7 @@
 namespace ostradb {
 namespace {
 
-using test::AnswerPacket;
+using namespace test;
 
 TEST_F(ExchangeTest, AdministrationCommandsSendAndRead) {
     TUmData um, umToSave;

@@ -1,17 +1,13 @@
 // Data-layer calls: command names, attributes and handle elements in order, payloads both
 // ways, result codes and out values, and the order in which answers are read.
 
-#include <functional>
-#include <iterator>
-#include <sstream>
-
-#include "exchange_fixture.hpp"
 #include "ostradb/protocol/dataserver_commands.hpp"
+#include "exchange_fixture.hpp"
 
 namespace ostradb {
 namespace {
 
-using test::AnswerPacket;
+using namespace test;
 
 const TObjectHandle kLF{7, 1, 2};
 const TObjectHandle kLR{-1, 255, 0};

@@ -6,28 +6,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "exchange_fixture.hpp"
+#include "ostradb/serial/xml_serializer.hpp"
 #include "ostradb/util/dates.hpp"
-#include "ostradb/util/string_list.hpp"
+#include "support/files.hpp"
 
 namespace ostradb {
 namespace {
 
-using test::AnswerPacket;
-using test::AttrText;
-using test::ErrorPacket;
-using test::ItemTexts;
-using test::Row;
+using namespace test;
 
 // Seconds since the epoch of a local calendar time.
 std::time_t LocalSeconds(int year, int month, int day, int hour, int minute, int second) {
@@ -53,17 +42,9 @@ bool Lockable(const std::string& path) {
 
 class FileCommands : public ExchangeTest {
 protected:
-    FileCommands() {
-        dir = std::filesystem::path(::testing::TempDir()) /
-              ("ostradb_files_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir);
-    }
-    ~FileCommands() override { std::filesystem::remove_all(dir); }
-
     std::string MakeFile(const std::string& name, const std::string& contents) {
-        const std::string path = (dir / name).string();
-        std::ofstream(path, std::ios::binary) << contents;
-        return path;
+        WriteFile(dir / name, contents);
+        return (dir / name).string();
     }
 
     // A name that sends the request to the other server.
@@ -71,7 +52,7 @@ protected:
         return "wstp://DIRECT:/HOST:127.0.0.1//PORT:" + std::to_string(other.Port()) + "/" + name;
     }
 
-    std::filesystem::path dir;
+    const TempDir dir;
     test::ScriptedServer other;
 };
 
@@ -141,6 +122,10 @@ TEST_F(FileCommands, ListsAreCheckedOnACopyAndSentAsItems) {
 
     ASSERT_EQ(log.Count(), 2);
     EXPECT_EQ(Row(log[1].ItemName, int(log[1].Result), log.ContainsErrors()), "D:\\b.ws|27|1|");
+    pugi::xml_document saved;  // the log writes itself back in the answer's form
+    SaveToXML(log, "Log", saved.append_child("a"));
+    EXPECT_EQ(XmlText(saved), R"(<a><Log><Item Result="0" ItemName="D:\a.ws"/><Item Result="27" )"
+                              R"(ItemName="D:\b.ws"/></Log></a>)");
     log.Delete(1);
     EXPECT_FALSE(log.ContainsErrors());
 
@@ -210,28 +195,16 @@ TEST_F(FileCommands, CommandsWithCapitalisedOrPlainAttributes) {
     EXPECT_EQ(blocked, (TStringList{"D:\\y.ws", "D:\\z.ws"}));
 }
 
-TEST_F(FileCommands, ContentsArriveInPiecesTogetherWithThePacket) {
-    std::string bytes;
-    for (int i = 0; i < 3000; ++i)
-        bytes += static_cast<char>(i * 7 % 256);
-    bytes += "</packet>\r\n";
-    server.Expect("get_file_contents")
-        .SendInPieces(
-            test::WirePacket(test::PayloadPacket(static_cast<std::int64_t>(bytes.size()))) + bytes,
-            97);
-    std::ostringstream out;
-    client.GetFileContents("D:\\a.ws", &out);
-    EXPECT_EQ(out.str(), bytes);
-
+TEST_F(FileCommands, ContentsComeWithTheFilesTimesAndRealName) {
     server.Expect("get_file_contents")
         .Send(test::WirePacket(R"(<packet bin_data_size="2"><answer RealFileName="E:\real.ws">)"
                                R"(<FileTimes CreateTime="43831.25" WriteTime="43832.5" )"
                                R"(AccessTime="43833"/></answer></packet>)") +
               "xy");
-    std::ostringstream out2;
+    std::ostringstream out;
     TFileInfo info;
-    client.GetFileContentsEx("D:\\a.ws", &out2, info);
-    EXPECT_EQ(Row(out2.str(), info.RealFileName, info.CreateTime, info.WriteTime, info.AccessTime),
+    client.GetFileContentsEx("D:\\a.ws", &out, info);
+    EXPECT_EQ(Row(out.str(), info.RealFileName, info.CreateTime, info.WriteTime, info.AccessTime),
               "xy|E:\\real.ws|43831.2|43832.5|43833|");
     EXPECT_DOUBLE_EQ(info.CreateTime, 43831.25);
 

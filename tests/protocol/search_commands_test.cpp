@@ -1,24 +1,16 @@
 // Search commands: the query text, what each search sends and reads, and the curve search's
 // database list and full file names.
 
-#include <string>
-#include <utility>
-#include <vector>
-
+#include "ostradb/protocol/search_commands.hpp"
 #include "exchange_fixture.hpp"
 #include "ostradb/model/databases.hpp"
 #include "ostradb/model/level_files.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
-#include "ostradb/protocol/search_commands.hpp"
-#include "ostradb/util/string_list.hpp"
 
 namespace ostradb {
 namespace {
 
-using test::AnswerPacket;
-using test::ErrorPacket;
-using test::Joined;
-using test::Row;
+using namespace test;
 
 using SearchCommands = ExchangeTest;
 

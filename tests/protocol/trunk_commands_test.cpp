@@ -1,7 +1,6 @@
 // Trunk and map commands: what each sends and reads, the extra-column text form and the map
 // trunk attributes.
 
-#include <functional>
 #include <tuple>
 
 #include "exchange_fixture.hpp"
@@ -12,7 +11,7 @@
 namespace ostradb {
 namespace {
 
-using test::AnswerPacket;
+using namespace test;
 
 TEST(MapSpecialCols, ReadFromTextSplitsTableFromColumnAtTheFirstDot) {
     using Col = std::tuple<std::string, std::string, std::string>;
