@@ -29,12 +29,7 @@ TEST(LoginDigest, IsMd5OfTheWindows1251Text) {
 TEST_F(ExchangeTest, LoginDemandWhileLoggingInIsAnError) {
     server.Expect("generate_auth_value").Reply(AnswerPacket(R"(result="r")"));
     server.Expect("login").Reply(ErrorPacket(27, "again"));
-    try {
-        client.SendLoginCommand("u", "p");
-        FAIL() << "no error";
-    } catch (const TOstraClientSocketException& e) {
-        EXPECT_EQ(e.Code, ecNotLoggedIn);
-    }
+    ExpectServerError([&] { client.SendLoginCommand("u", "p"); }, ecNotLoggedIn, "again");
     EXPECT_EQ(server.RequestCount(), 2u);
     server.Verify();
 }
@@ -75,14 +70,9 @@ TEST_F(ExchangeTest, LoginGivesUpAfterTheLastAttempt) {
     });
     for (int i = 0; i < TOstraDbProtocol::kMaxLoginAttempts; ++i)
         ScriptLogin(server, ErrorPacket(17, "no such user"));
-    try {
-        client.Login("ghost", "x");
-        FAIL() << "no error";
-    } catch (const TOstraClientSocketException& e) {
-        EXPECT_EQ(e.Code, ecUserNotFound);
-    }
-    EXPECT_EQ(shown, TOstraDbProtocol::kMaxLoginAttempts);
-    EXPECT_EQ(test::Row(client.GetLoginCounter(), client.LastUser()), "0|ghost|");
+    ExpectServerError([&] { client.Login("ghost", "x"); }, ecUserNotFound, "no such user");
+    EXPECT_EQ(Row(shown, client.GetLoginCounter(), client.LastUser()),
+              Row(TOstraDbProtocol::kMaxLoginAttempts, 0, "ghost"));
     server.Verify();
 }
 

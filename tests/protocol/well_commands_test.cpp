@@ -3,6 +3,7 @@
 
 #include "ostradb/protocol/well_commands.hpp"
 #include <cstring>
+#include <tuple>
 
 #include "exchange_fixture.hpp"
 #include "ostradb/model/level_files.hpp"
@@ -218,66 +219,48 @@ TEST_F(WellCommands, EachOptionSetsItsOwnFlag) {
 TEST(CurvesList, SaveToStringsWritesColumnsInAFixedOrder) {
     TCurvesList list;
     TCurvesListItem& gk = list.Items.Add();
-    gk.Curve = "гк";
-    gk.Table = "Осн";
-    gk.Version = "v2";
-    gk.Count = 100;
-    gk.OnPlanCount = 2;
-    gk.KeyColumns = "DEPT";
-    gk.KeyValues = "1";
-    gk.Top = 100;
-    gk.Bottom = 2500;
-    gk.Step = 1;
-    gk.Units = "мкР/ч";
-    gk.FileName = "a.ws";
+    std::tie(gk.Curve, gk.Table, gk.Version, gk.KeyColumns, gk.KeyValues, gk.Units, gk.FileName) =
+        std::tuple("гк", "Осн", "v2", "DEPT", "1", "мкР/ч", "a.ws");
+    std::tie(gk.Count, gk.OnPlanCount, gk.Top, gk.Bottom, gk.Step) =
+        std::tuple(100, 2, 100, 2500, 1);
     list.Items.Add().Curve = "ps";
-
-    const TCurvesListOpts all = TCurvesListOpts::FromMask(0x3FF);
-    struct Case {
-        TCurvesListOpts opts;
-        Lines lines;
-    } cases[] = {
-        {all, {"ГК;ОСН;v2;100;2;DEPT;1;100¦2500¦1;мкР/ч;a.ws", "PS;;;-1;-1;;;0¦0¦0;;"}},
-        {{}, {"ГК", "PS"}},
-        {{cloIncludeFileNames, cloOnPlanshOnly, cloIncludeTable}, {"ГК;ОСН;a.ws", "PS;;"}},
-        {{cloIncludeUnits, cloIncludeKeyValues, cloIncludeVersion}, {"ГК;v2;1;мкР/ч", "PS;;;"}},
-    };
-    for (const Case& c : cases) {
+    std::string written;
+    for (const TCurvesListOpts opts :
+         {TCurvesListOpts::FromMask(0x3FF), TCurvesListOpts{},
+          TCurvesListOpts{cloIncludeFileNames, cloOnPlanshOnly, cloIncludeTable},
+          TCurvesListOpts{cloIncludeUnits, cloIncludeKeyValues, cloIncludeVersion}}) {
         TStringList out{"stale"};
-        list.SaveToStrings(out, c.opts, ";");
-        EXPECT_EQ(out.Lines(), c.lines) << c.opts.Mask();
+        list.SaveToStrings(out, opts, ";");
+        written += Joined(out) + "\n";
     }
+    EXPECT_EQ(written,
+              "ГК;ОСН;v2;100;2;DEPT;1;100¦2500¦1;мкР/ч;a.ws|PS;;;-1;-1;;;0¦0¦0;;|\nГК|PS|\n"
+              "ГК;ОСН;a.ws|PS;;|\nГК;v2;1;мкР/ч|PS;;;|\n");
     TStringList out{"stale"};
-    TCurvesList().SaveToStrings(out, all, ";");
+    TCurvesList().SaveToStrings(out, TCurvesListOpts::FromMask(0x3FF), ";");
     EXPECT_TRUE(out.Empty());
 }
 
 TEST(StratumData, LookUpsIgnoreCaseAlsoInCyrillic) {
     TStratumData data;
-    auto add = [&](const char* table, const char* ident, const char* value) -> TStratumItem& {
+    for (const auto& [table, ident, value] : {std::tuple{"Литология", "Пласт", "Глина"},
+                                              {"Пласты", "Горизонт", "Ёлка"},
+                                              {"ПЛАСТЫ", "ГОРИЗОНТ", "ЁЛКА"}}) {
         TStratumItem& item = data.Items.Add();
-        item.Table = table;
-        item.Ident = ident;
-        item.Value = value;
-        return item;
-    };
-    add("Литология", "Пласт", "Глина");
-    TStratumItem& first = add("Пласты", "Горизонт", "Ёлка");
-    add("ПЛАСТЫ", "ГОРИЗОНТ", "ЁЛКА").Top = 2;
-
-    EXPECT_TRUE(data.TableExists("пласты"));
-    EXPECT_FALSE(data.TableExists("пласт"));
-    EXPECT_TRUE(data.IdentExists("ЛИТОЛОГИЯ", "пЛаСт"));
-    EXPECT_FALSE(data.IdentExists("Литология", "Горизонт"));           // both must match one item
-    EXPECT_EQ(data.FindValue("пласты", "горизонт", "ёлка"), &first);   // the first of two
-    EXPECT_EQ(data.FindValue("Пласты", "Горизонт", "Елка"), nullptr);  // Е is not Ё
-    EXPECT_EQ(data.FindValue("Пласты", "Пласт", "Глина"), nullptr);
-
+        std::tie(item.Table, item.Ident, item.Value) = std::tie(table, ident, value);
+    }
+    data.Items[2].Top = 2;
+    // Both names must match one item; the first of two matches; Е is not Ё.
+    EXPECT_EQ(Row(data.TableExists("пласты"), data.TableExists("пласт"),
+                  data.IdentExists("ЛИТОЛОГИЯ", "пЛаСт"), data.IdentExists("Литология", "Горизонт"),
+                  data.FindValue("пласты", "горизонт", "ёлка") == &data.Items[1],
+                  data.FindValue("Пласты", "Горизонт", "Елка"),
+                  data.FindValue("Пласты", "Пласт", "Глина")),
+              "1|0|1|0|1|0|0|");
     TStratumData copy;
     copy.Assign(data);
     data.Clear();
-    ASSERT_EQ(copy.Count(), 3);
-    EXPECT_EQ(copy.Item(2).Top, 2.f);
+    EXPECT_EQ(Row(copy.Count(), copy.Item(2).Top), "3|2|");
 }
 
 }  // namespace
