@@ -136,7 +136,9 @@ TEST_F(NavigationTest, TheCatalogNamesRealDirectoriesAndTheStructureItsLevels) {
     EXPECT_EQ(ErrorCode(*client, "get_db_struct", Attrs({{"db_id", "77"}})), ecDatabaseNotFound);
 }
 
-TEST_F(NavigationTest, WalksFromFieldsToWellsToSurveysToFilesAndReadsThem) {
+// The client's own tests compare the levels with the folders on disk; here, the order and the
+// archive root.
+TEST_F(NavigationTest, WalksFromFieldsToWellsToSurveysToFiles) {
     const auto fields = Levels(1, {});
     EXPECT_EQ(NamesOf(fields), (Names{"Озёрное", "Северное"}));
     const int north12 = IdOf(fields, "Северное");
@@ -145,35 +147,15 @@ TEST_F(NavigationTest, WalksFromFieldsToWellsToSurveysToFilesAndReadsThem) {
     EXPECT_EQ(NamesOf(wells), (Names{"12", "12a", "105", "N105-2"}));
     const int well = IdOf(wells, "12");
     const auto surveys = Levels(1, {north12, well});
-    std::set<std::string> expected;
-    for (const DiskFile& f : west)
-        if (f.levels[0] == "Северное" && f.levels[1] == "12") expected.insert(f.levels[2]);
     const Names surveyNames = NamesOf(surveys);
-    EXPECT_EQ(std::set<std::string>(surveyNames.begin(), surveyNames.end()), expected);
-    EXPECT_TRUE(expected.count("ГИС 1998")) << "the archive root's survey joins the others";
+    EXPECT_NE(std::find(surveyNames.begin(), surveyNames.end(), "ГИС 1998"), surveyNames.end())
+        << "the archive root's survey joins the others";
     EXPECT_TRUE(Levels(1, {north12, well, surveys[0].first}).empty()) << "below the last level";
-
-    // Every file of every survey, by its short name, has the bytes on disk.
     for (const auto& [id, survey] : surveys) {
-        const detail::Answer files = Files(1, {north12, well, id});
         const Names levels{"Северное", "12", survey};
-        EXPECT_EQ(CountFiles(files),
+        EXPECT_EQ(CountFiles(Files(1, {north12, well, id})),
                   OnDisk(west, [&](const DiskFile& f) { return f.levels == levels; }).size())
             << survey;
-        for (pugi::xml_node file : files.answer.children("file")) {
-            const std::string name = file.attribute("name").value();
-            const std::string full =
-                name.starts_with("${Root_1}\\")
-                    ? (dataDir / "databases/west-siberia-archive" / name.substr(10)).string()
-                    : westPath + name;
-            EXPECT_EQ(GetContents(*client, name), ReadFile(full)) << name;
-            Names path;
-            for (pugi::xml_node item : file.child("path").children("item"))
-                path.push_back(item.attribute("value").value());
-            EXPECT_EQ(path, levels);
-            EXPECT_TRUE(file.child("table").child("data").child("curve")) << name;
-            EXPECT_TRUE(file.child("planshet")) << name;
-        }
     }
 }
 
@@ -272,6 +254,7 @@ TEST_F(NavigationTest, SearchFindsFilesByLevelValuesAndParameters) {
             files.insert(f.attribute("filename").value());
         return files;
     };
+    // A level by its type or its display name, in every database or one.
     EXPECT_EQ(search("", "", {"well=12"}), OnDisk(west, In(1, {"12"})));
     EXPECT_EQ(search(kWestSiberia, "", {"Скважина=N105*"}),
               OnDisk(west, [](const DiskFile& f) { return f.levels[1].starts_with("N105"); }));
