@@ -4,24 +4,13 @@
 #include <pugixml.hpp>
 
 #include "cli/cli_support.hpp"
+#include "support/render.hpp"
 
 namespace ostradb::test {
 namespace {
 
 using nlohmann::json;
-
-// Every byte value first, then a pseudo-random tail: no text, no line structure.
-std::string BinaryBytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    std::uint32_t x = 2463534242u;
-    for (std::size_t i = 0; i < size; ++i) {
-        x ^= x << 13;
-        x ^= x >> 17;
-        x ^= x << 5;
-        bytes[i] = static_cast<char>(i < 256 ? i : x & 0xFF);
-    }
-    return bytes;
-}
+using test::Row;
 
 class ChangesTest : public CliTest {
 protected:
@@ -47,33 +36,28 @@ protected:
 };
 
 TEST_F(ChangesTest, PutAndGetMoveTheExactBytes) {
-    const std::string bytes = BinaryBytes(300000);
+    const std::string bytes = BinaryBytes(300000, 2463534242u);
     const fs::path local = dir / "local.bin";
     WriteFile(local, bytes);
 
     // From a file and from standard input; the server's file has exactly those bytes.
     const CliResult fromFile = Run({"put", survey + "new.ws", local.string()});
-    ASSERT_EQ(fromFile.status, 0) << fromFile.err;
-    EXPECT_EQ(fromFile.out, "300000 bytes written to " + survey + "new.ws\n");
-    EXPECT_EQ(fromFile.err, "");
-    EXPECT_EQ(ReadFile(survey + "new.ws"), bytes);
+    EXPECT_EQ(Row(fromFile.status, fromFile.out, fromFile.err),
+              Row(0, "300000 bytes written to " + survey + "new.ws\n", ""));
+    EXPECT_TRUE(ReadFile(survey + "new.ws") == bytes);
     const std::string small = bytes.substr(1000, 777);
     const CliResult fromStdin = Run({"put", survey + "piped.ws", "--json"}, small);
-    ASSERT_EQ(fromStdin.status, 0) << fromStdin.err;
     EXPECT_EQ(json::parse(fromStdin.out), (json{{"file", survey + "piped.ws"}, {"bytes", 777}}));
     EXPECT_EQ(ReadFile(survey + "piped.ws"), small);
 
     // To a pipe: the bytes and nothing else.
     const CliResult piped = Run({"get", survey + "new.ws"});
-    ASSERT_EQ(piped.status, 0) << piped.err;
-    EXPECT_TRUE(piped.out == bytes) << "got " << piped.out.size() << " bytes";
-    EXPECT_EQ(piped.err, "");
+    EXPECT_TRUE(piped.status == 0 && piped.out == bytes && piped.err.empty()) << piped.err;
 
     // To a directory: the file under its own name, and no temporary left beside it.
     const fs::path downloads = dir / "downloads";
     fs::create_directories(downloads);
     const CliResult saved = Run({"get", survey + "new.ws", "-o", downloads.string()});
-    ASSERT_EQ(saved.status, 0) << saved.err;
     EXPECT_EQ(saved.out, "300000 bytes written to " + (downloads / "new.ws").string() + "\n");
     EXPECT_EQ(ListDir(downloads), std::vector<std::string>{"new.ws"});
     EXPECT_TRUE(ReadFile(downloads / "new.ws") == bytes);
@@ -158,13 +142,10 @@ TEST_F(ChangesTest, ExistsMoveAndDelete) {
     EXPECT_EQ(Run({"exists", a}).out, "yes\n");
     EXPECT_EQ(Json({"exists", b}), (json{{"file", b}, {"exists", false}}));
 
-    const CliResult moved = Run({"mv", a, b});
-    ASSERT_EQ(moved.status, 0) << moved.err;
-    EXPECT_EQ(moved.out, "moved \"" + a + "\" to \"" + b + "\"\n");
-    EXPECT_FALSE(fs::exists(a));
-    EXPECT_EQ(ReadFile(b), original);
-    EXPECT_EQ(Run({"exists", a}).out, "no\n");
-    EXPECT_EQ(Run({"mv", a, b}).status, 1);
+    EXPECT_EQ(Run({"mv", a, b}).out, "moved \"" + a + "\" to \"" + b + "\"\n");
+    EXPECT_EQ(Row(fs::exists(a), ReadFile(b) == original, Run({"exists", a}).out,
+                  Run({"mv", a, b}).status),
+              "0|1|no\n|1|");
 
     // Several files: each has its result; one that fails makes the status 1, the others go.
     const std::string c = survey + "N1_log_2016_rep.ws";
@@ -174,31 +155,24 @@ TEST_F(ChangesTest, ExistsMoveAndDelete) {
     const json results = json::parse(removed.out).at("results");
     ASSERT_EQ(results.size(), 3u);
     EXPECT_EQ(results[0], (json{{"file", b}, {"ok", true}, {"code", 0}, {"message", "deleted"}}));
-    EXPECT_EQ(results[1].at("ok"), false);
-    EXPECT_EQ(results[1].at("code"), 5);
-    EXPECT_EQ(results[2].at("ok"), true);
-    EXPECT_FALSE(fs::exists(b));
-    EXPECT_FALSE(fs::exists(c));
+    EXPECT_EQ(Row(results[1].at("ok"), results[1].at("code"), results[2].at("ok"), fs::exists(b),
+                  fs::exists(c)),
+              "false|5|true|0|0|");
 
     const std::string d = survey + "N1_log_2016_ext.ws";
     const CliResult one = Run({"rm", d});
-    EXPECT_EQ(one.status, 0) << one.err;
-    EXPECT_EQ(Lines(one.out).at(1), d + "  deleted");
-    EXPECT_FALSE(fs::exists(d));
+    EXPECT_EQ(Row(one.status, Lines(one.out).at(1), fs::exists(d)), Row(0, d + "  deleted", 0));
 }
 
 TEST_F(ChangesTest, OptionIsSetOnTheServer) {
     ASSERT_EQ(Option("LogLevel"), "1");
-    const CliResult set = Run({"option", "LogLevel", "3"});
-    ASSERT_EQ(set.status, 0) << set.err;
-    EXPECT_EQ(set.out, "3\n");
+    EXPECT_EQ(Run({"option", "LogLevel", "3"}).out, "3\n");
     EXPECT_EQ(Option("LogLevel"), "3");
     EXPECT_EQ(Json({"option", "LogLevel"}), (json{{"name", "LogLevel"}, {"value", "3"}}));
-
     // A viewer may read it, not change it.
-    EXPECT_EQ(RunAs("viewer", {"option", "LogLevel"}).out, "3\n");
-    EXPECT_EQ(RunAs("viewer", {"option", "LogLevel", "5"}).status, 1);
-    EXPECT_EQ(Option("LogLevel"), "3");
+    EXPECT_EQ(Row(RunAs("viewer", {"option", "LogLevel"}).out,
+                  RunAs("viewer", {"option", "LogLevel", "5"}).status, Option("LogLevel")),
+              "3\n|1|3|");
 }
 
 TEST_F(ChangesTest, UsersAreAddedAndRegroupedOnTheServer) {
@@ -213,18 +187,15 @@ TEST_F(ChangesTest, UsersAreAddedAndRegroupedOnTheServer) {
 
     Environment env = Env();
     env["OSTRADB_NEW_PASSWORD"] = "s3cret";
-    const CliResult added =
-        RunCli({"users", "add", "anna", "--name", "Анна", "--group", "Наблюдатели"}, env);
-    ASSERT_EQ(added.status, 0) << added.err;
-    EXPECT_EQ(added.out, "added user anna (groups: Наблюдатели)\n");
+    EXPECT_EQ(RunCli({"users", "add", "anna", "--name", "Анна", "--group", "Наблюдатели"}, env).out,
+              "added user anna (groups: Наблюдатели)\n");
     EXPECT_EQ(Members("Наблюдатели"), (std::vector<std::string>{"viewer", "anna"}));
     // The new user logs in with the new password, with the group's rights only.
     const Environment anna = Env("anna", "s3cret");
-    EXPECT_EQ(RunCli({"version"}, anna).status, 0);
-    EXPECT_EQ(RunCli({"option", "LogLevel", "4"}, anna).status, 1);
-
-    const CliResult moved = Run({"users", "set-groups", "anna", "Администраторы"});
-    ASSERT_EQ(moved.status, 0) << moved.err;
+    EXPECT_EQ(
+        Row(RunCli({"version"}, anna).status, RunCli({"option", "LogLevel", "4"}, anna).status),
+        "0|1|");
+    EXPECT_EQ(Run({"users", "set-groups", "anna", "Администраторы"}).status, 0);
     EXPECT_EQ(Members("Администраторы"), (std::vector<std::string>{"admin", "anna"}));
     EXPECT_EQ(Members("Наблюдатели"), std::vector<std::string>{"viewer"});
     EXPECT_EQ(RunCli({"option", "LogLevel", "4"}, anna).status, 0);

@@ -12,8 +12,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <thread>
 
 namespace ostradb::test {
@@ -211,25 +209,6 @@ int PtyChild::Wait(std::chrono::milliseconds timeout) {
     return StatusOf(raw);
 }
 
-// ---- files
-
-std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-void WriteFile(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-std::vector<std::string> ListDir(const fs::path& dir) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(dir))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 std::vector<std::string> Lines(const std::string& text) {
     std::vector<std::string> lines;
     std::size_t start = 0;
@@ -245,22 +224,11 @@ std::vector<std::string> Lines(const std::string& text) {
 // ---- CliTest
 
 CliTest::CliTest() {
-    std::string pattern = (fs::temp_directory_path() / "ostradb-cli-test-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-    dir = pattern;
-    dataDir = dir / "data";
-    home = dir / "home";
     fs::create_directories(home);
     sandbox::SandboxOptions options;
     options.dataDir = dataDir;
     server = std::make_unique<sandbox::SandboxServer>(options);
     server->Start();
-}
-
-CliTest::~CliTest() {
-    server.reset();
-    std::error_code ignored;
-    fs::remove_all(dir, ignored);
 }
 
 Environment CliTest::Env(const std::string& user,

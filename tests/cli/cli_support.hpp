@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "ostradb_sandbox/sandbox_server.hpp"
+#include "support/files.hpp"
 
 namespace ostradb::test {
 
@@ -67,17 +68,12 @@ private:
     std::string output_;
 };
 
-std::string ReadFile(const fs::path& path);
-void WriteFile(const fs::path& path, const std::string& bytes);
-// The names in dir, sorted.
-std::vector<std::string> ListDir(const fs::path& dir);
 // The lines of text, without their line breaks.
 std::vector<std::string> Lines(const std::string& text);
 
 class CliTest : public ::testing::Test {
 protected:
     CliTest();
-    ~CliTest() override;
 
     // The environment of a client logged in as user; no password: none in the environment.
     Environment Env(const std::string& user = "admin",
@@ -90,9 +86,9 @@ protected:
     // The server's name of a file of the North Sea database ("Eastfield/N1/...").
     std::string NorthSea(const std::string& relative) const;
 
-    fs::path dir;      // the test's temporary directory
-    fs::path dataDir;  // the server's data
-    fs::path home;     // HOME and the configuration directory of the client
+    const TempDir dir{"ostradb-cli-test"};
+    const fs::path dataDir = dir / "data";  // the server's data
+    const fs::path home = dir / "home";     // HOME and the client's configuration directory
     std::unique_ptr<sandbox::SandboxServer> server;
 };
 

@@ -1,9 +1,5 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -12,9 +8,13 @@
 #include "ostradb/protocol/connection_settings.hpp"
 #include "ostradb/util/exceptions.hpp"
 #include "ostradb/util/ini_file.hpp"
+#include "support/files.hpp"
+#include "support/render.hpp"
 
 namespace ostradb {
 namespace {
+
+using test::Row;
 
 pugi::xml_node Load(pugi::xml_document& doc, const char* text) {
     EXPECT_TRUE(doc.load_string(text)) << text;
@@ -47,12 +47,9 @@ TEST(DatabasesList, ReadsItemsWithOptionalAttributesAndRoots) {
     list.ReadFromXml(Load(doc, kDatabasesAnswer));
     ASSERT_EQ(list.GetCount(), 2);
     const TDatabaseInfo& a = list.GetItem(0);
-    EXPECT_EQ(a.Id, 5);
-    EXPECT_EQ(a.ExtPath, "\\\\srv\\db\\");
-    EXPECT_TRUE(a.IsPrivate);
-    EXPECT_EQ(a.PathList, (TStringList{"p1", "p2"}));
-    ASSERT_EQ(a.Roots.GetCount(), 2);
-    EXPECT_EQ(a.Roots.FindRootById(9)->InternalDir, "E:\\");
+    EXPECT_EQ(Row(a.Id, a.ExtPath, a.IsPrivate, test::Joined(a.PathList), a.Roots.GetCount(),
+                  a.Roots.FindRootById(9)->InternalDir),
+              "5|\\\\srv\\db\\|1|p1|p2||2|E:\\|");
     EXPECT_EQ(list.FindByName("SECOND"), &list.GetItem(1));
     EXPECT_EQ(list.FindById(6), nullptr);
 
@@ -70,35 +67,32 @@ TEST(DatabaseInfo, ReadKeepsAbsentOptionalsAndWriteUsesRequestForm) {
     info.IsPrivate = true;
     info.Roots.Items.Add().Id = 3;
     info.ReadFromXml(Load(doc, R"(<item id="12" name="N" path="P" ext_path=""/>)"));
-    EXPECT_TRUE(info.IsPrivate);
-    EXPECT_EQ(info.Roots.GetCount(), 1);
+    EXPECT_EQ(Row(info.IsPrivate, info.Roots.GetCount()), "1|1|");
 
     info.PathList.Add("x");
     for (int id : {12, -1}) {
         info.Id = id;
         pugi::xml_node command = doc.append_child("command");
         info.WriteToXml(command);
-        std::ostringstream text;
-        command.print(text, "", pugi::format_raw);
-        EXPECT_EQ(text.str(), std::string("<command ") + (id == 12 ? "db_id=\"12\" " : "") +
-                                  "name=\"N\" path=\"P\" ext_path=\"\" is_private=\"true\">"
-                                  "<path_list><Item>x</Item></path_list></command>");
+        EXPECT_EQ(test::XmlText(command), std::string("<command ") +
+                                              (id == 12 ? "db_id=\"12\" " : "") +
+                                              "name=\"N\" path=\"P\" ext_path=\"\" "
+                                              "is_private=\"true\"><path_list><Item>x</Item>"
+                                              "</path_list></command>");
     }
-
     TDatabaseInfo dst;  // Assign leaves the path list and the project flag
     dst.PathList.Add("dst");
     dst.IsProjectDatabase = true;
     dst.Assign(info);
-    EXPECT_EQ(dst.Name + std::to_string(dst.Roots.GetItem(0).Id), "N3");
-    EXPECT_EQ(dst.PathList, (TStringList{"dst"}));
-    EXPECT_TRUE(dst.IsProjectDatabase);
+    EXPECT_EQ(
+        Row(dst.Name, dst.Roots.GetItem(0).Id, test::Joined(dst.PathList), dst.IsProjectDatabase),
+        "N|3|dst||1|");
 }
 
 // Sets the process-wide connection settings for one test and restores them after.
 class FileNames : public ::testing::Test {
 protected:
-    void SetUp() override {
-        saved_ = {ConnSettings().Local, ConnSettings().Server, ConnSettings().Port};
+    FileNames() {
         info_.Name = "Db";
         info_.Path = "D:\\db\\";
         info_.ExtPath = "\\\\srv\\db\\";
@@ -108,7 +102,7 @@ protected:
         root.ExternalDir = "\\\\srv\\data\\";
         info_.Roots.Items.Add().Id = 8;
     }
-    void TearDown() override { Use(saved_); }
+    ~FileNames() override { Use(saved_); }
     struct Conn {
         bool local;
         std::string server;
@@ -119,7 +113,7 @@ protected:
         ConnSettings().Server = c.server;
         ConnSettings().Port = c.port;
     }
-    Conn saved_;
+    const Conn saved_{ConnSettings().Local, ConnSettings().Server, ConnSettings().Port};
     TDatabaseInfo info_;
 };
 
@@ -157,9 +151,9 @@ TEST_F(FileNames, FullAndLocalFileNames) {
     info_.IsProjectDatabase = false;
     info_.Roots.Items.Clear();  // without roots the prefix is part of an ordinary name
     Use({true, "", 1});
-    EXPECT_EQ(info_.ShortFileNameToFullFileName("${Root_7}\\x", false),
-              "WSTP://DIRECT:D:\\db\\${Root_7}\\x");
-    EXPECT_EQ(info_.ShortFileNameToLocalFileName("a\\b."), "D:\\db\\a\\b");
+    EXPECT_EQ(Row(info_.ShortFileNameToFullFileName("${Root_7}\\x", false),
+                  info_.ShortFileNameToLocalFileName("a\\b.")),
+              "WSTP://DIRECT:D:\\db\\${Root_7}\\x|D:\\db\\a\\b|");
     Use({false, "srv", 1});
     EXPECT_EQ(info_.ShortFileNameToLocalFileName("a.ws"), "\\\\srv\\db\\a.ws");
     info_.ExtPath.clear();
@@ -173,10 +167,10 @@ TEST(Database, ProjectDatabaseLevelsAndFiles) {
     db.SetDbType(dtLocalProject);
     EXPECT_TRUE(db.Info.IsProjectDatabase);
     db.ConfigureAsProjectDatabase();
-    EXPECT_EQ(db.Info.Name, "Проект WS");
     ASSERT_EQ(db.GetStructure().GetItemsCount(), 1);
-    EXPECT_EQ(db.GetStructure().GetItem(0).DisplayName, "Имя файла в проекте");
-    EXPECT_EQ(db.LogicalStructures.GetDefault()->GetItem(0).ItemType, "%file_level");
+    EXPECT_EQ(Row(db.Info.Name, db.GetStructure().GetItem(0).DisplayName,
+                  db.LogicalStructures.GetDefault()->GetItem(0).ItemType),
+              "Проект WS|Имя файла в проекте|%file_level|");
     db.LevelFiles()->Add().Name = "C:\\wells\\a.ws";
     db.LevelFiles()->Add().Name = "b.ws";
     db.ConfigureAsProjectDatabase();  // keeps the files
@@ -185,7 +179,7 @@ TEST(Database, ProjectDatabaseLevelsAndFiles) {
     levels.AddNew();
     db.GetLevelsForProject(levels);
     ASSERT_EQ(levels.GetCount(), 3);
-    EXPECT_EQ(levels.GetItem(1).Name + std::to_string(levels.GetItem(2).Id), "a.ws1");
+    EXPECT_EQ(Row(levels.GetItem(1).Name, levels.GetItem(2).Id), "a.ws|1|");
     TLevelFilesList files;
     db.GetFilesForLevel(std::vector<std::int32_t>{1, 0}, files);
     ASSERT_EQ(files.GetCount(), 1);
@@ -196,8 +190,7 @@ TEST(Database, ProjectDatabaseLevelsAndFiles) {
     TDatabase copy;
     copy.Assign(db);
     ASSERT_NE(copy.LevelFiles(), nullptr);
-    EXPECT_EQ(copy.LevelFiles()->GetCount(), 2);
-    EXPECT_EQ(copy.DbType, dtUndef);
+    EXPECT_EQ(Row(copy.LevelFiles()->GetCount(), copy.DbType == dtUndef), "2|1|");
 }
 
 TEST(Databases, CurrentLookupsActiveListAndFileTypes) {
@@ -234,16 +227,9 @@ TEST(Databases, CurrentLookupsActiveListAndFileTypes) {
 
 class Settings : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = std::filesystem::temp_directory_path() /
-               ("ostradb-settings-" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir_);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
     // "Alpha" and "Beta" as the server lists them, each with its default logical structure.
     void Fill(TDatabases& set) const {
-        set.SettingsDir = dir_.string();
+        set.SettingsDir = dir_.Path().string();
         for (const char* name : {"Alpha", "Beta"}) {
             TDatabase& db = set.Add();
             db.Info.Id = set.GetCount();
@@ -252,12 +238,9 @@ protected:
             db.LogicalStructures.SetDefaultStruct(db.GetStructure());
         }
     }
+    std::string FileText() const { return test::ReadFile(File()); }
     std::filesystem::path File() const { return dir_ / "Marvolt.srv.ini"; }
-    std::string FileText() const {
-        std::ifstream in(File(), std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
-    std::filesystem::path dir_;
+    const test::TempDir dir_{"ostradb-settings"};
 };
 
 TEST_F(Settings, RoundTripMatchesDatabasesByName) {
@@ -284,18 +267,18 @@ TEST_F(Settings, RoundTripMatchesDatabasesByName) {
     loaded.LoadSettingsFromIniEx("srv");
     TDatabase& b = loaded.GetItem(0);
     EXPECT_EQ(loaded.GetCurrent(), &b);
-    EXPECT_FALSE(b.Options.ShowCurves);
-    EXPECT_EQ(b.Options.GetLastOpenedPaths(), (TStringList{"F\\W"}));
-    EXPECT_EQ(b.LogicalStructures.GetCurrent()->Name, "Wells");
-    EXPECT_EQ(loaded.GetItem(1).LogicalStructures.GetCount(), 1);
-    EXPECT_EQ(loaded.Filters.FindByName("f1")->GetItem(0).Key, "%well");
+    EXPECT_EQ(
+        Row(b.Options.ShowCurves, test::Joined(b.Options.GetLastOpenedPaths()),
+            b.LogicalStructures.GetCurrent()->Name, loaded.GetItem(1).LogicalStructures.GetCount(),
+            loaded.Filters.FindByName("f1")->GetItem(0).Key),
+        "0|F\\W||Wells|1|%well|");
 
     loaded.Items.Delete(0);  // saving rewrites the file: Beta's sections go
     loaded.SaveSettingsToIniEx("srv");
     const TMemIniFile ini(File());
-    EXPECT_FALSE(ini.SectionExists("Beta/Options"));
-    EXPECT_TRUE(ini.SectionExists("Alpha/Options"));
-    EXPECT_FALSE(ini.ValueExists("Main", "Current"));
+    EXPECT_EQ(Row(ini.SectionExists("Beta/Options"), ini.SectionExists("Alpha/Options"),
+                  ini.ValueExists("Main", "Current")),
+              "0|1|0|");
 
     const std::string before = FileText();
     loaded.GetItem(0).Info.Name = "Bad]Name";  // cannot be an INI section
@@ -309,21 +292,20 @@ TEST_F(Settings, MissingEmptyAndNonsenseFilesLoadWhatTheyCan) {
           "garbage\r\n[Filters]\r\nCount=999999999\r\n[Filters1]\r\nName=F\r\nCount=x\r\n"
           "[Alpha/Options]\r\nShowFiles=abc\r\nShowCurves=0\r\nLastOpenedPaths=\"a|b\",c\r\n"
           "[Alpha/LogStructure]\r\nCount=-4\r\n[Main]\r\nCurrent=Nobody\r\n"}) {
-        std::ofstream(File(), std::ios::binary) << text;
+        test::WriteFile(File(), text);
         TDatabases set;
         Fill(set);
         set.LoadSettingsFromIniEx("srv");
-        EXPECT_TRUE(set.SettingsLoaded);
-        EXPECT_EQ(set.GetCurrent(), nullptr);
         const TDatabaseOptions& o = set.GetItem(0).Options;
-        EXPECT_TRUE(o.ShowFiles);
-        EXPECT_EQ(set.GetItem(0).LogicalStructures.GetCount(), 1);
+        EXPECT_EQ(Row(set.SettingsLoaded, set.GetCurrent() == nullptr, o.ShowFiles,
+                      set.GetItem(0).LogicalStructures.GetCount()),
+                  "1|1|1|1|");
         if (*text) {
             // Counts beyond what the file holds make no more entries than it has.
             EXPECT_EQ(set.Filters.GetCount(), 5);
-            EXPECT_FALSE(o.ShowCurves);
-            EXPECT_EQ(o.GetLastOpenedPaths(), (TStringList{"a\r\nb", "c"}));
-            EXPECT_EQ(set.Filters.GetItem(0).Name, "F");
+            EXPECT_EQ(Row(o.ShowCurves, test::Joined(o.GetLastOpenedPaths()),
+                          set.Filters.GetItem(0).Name),
+                      "0|a\r\nb|c||F|");
         }
     }
 }

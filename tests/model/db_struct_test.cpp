@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <sstream>
 #include <string>
 
@@ -9,9 +7,13 @@
 #include "ostradb/model/level_files.hpp"
 #include "ostradb/util/exceptions.hpp"
 #include "ostradb/util/ini_file.hpp"
+#include "support/files.hpp"
+#include "support/render.hpp"
 
 namespace ostradb {
 namespace {
+
+using test::Row;
 
 pugi::xml_node Load(pugi::xml_document& doc, const char* text) {
     EXPECT_TRUE(doc.load_string(text)) << text;
@@ -39,11 +41,10 @@ TEST(DbStruct, ReadsCapitalItemsAndLooksUpIgnoringCase) {
     pugi::xml_document doc;
     TDbStruct s;
     s.ReadFromXml(Load(doc, kStructAnswer));
-    EXPECT_EQ(s.DirCount, 3);
-    EXPECT_EQ(s.MainFileType, dsmft_ManyMainFiles);
+    EXPECT_EQ(Row(s.DirCount, s.MainFileType == dsmft_ManyMainFiles), "3|1|");
     ASSERT_EQ(s.GetItemsCount(), 2);
-    EXPECT_EQ(Fields(s.GetItem(0)), "%field|v1|1|Месторождение|-|d|2|3|s|1|r1|0");
-    EXPECT_EQ(Fields(s.GetItem(1)), "%well|v2|3|Скважина|||-1|-1||0|r2|1");
+    EXPECT_EQ(Fields(s.GetItem(0)) + "\n" + Fields(s.GetItem(1)),
+              "%field|v1|1|Месторождение|-|d|2|3|s|1|r1|0\n%well|v2|3|Скважина|||-1|-1||0|r2|1");
 
     s.AddNewItem().Type = "%WELL";  // a second match is never returned
     EXPECT_EQ(s.IndexOfType("%WeLL"), 1);
@@ -79,20 +80,16 @@ TEST(DbLogicalStruct, ItemOperationsAndSerializerForm) {
     pugi::xml_document doc;
     pugi::xml_node command = doc.append_child("command");
     SaveToXML(&s, "LogStruct", command);
-    std::ostringstream text;
-    command.print(text, "", pugi::format_raw);
-    EXPECT_EQ(text.str(),
+    EXPECT_EQ(test::XmlText(command),
               "<command><LogStruct Name=\"По скважинам\" IsDefault=\"0\"><Items>"
               "<Item ItemType=\"%well\"/><Item ItemType=\"%field\"/><Item ItemType=\"%Well\"/>"
               "</Items></LogStruct></command>");
     TDbStruct real;
     real.AddNewItem().Type = "%a";
     s.ReadFromRealStruct(real);
-    EXPECT_TRUE(s.IsDefault);
-    EXPECT_EQ(s.GetCount(), 1);
+    EXPECT_EQ(Row(s.IsDefault, s.GetCount()), "1|1|");
     LoadFromXML(&s, "LogStruct", command);
-    EXPECT_FALSE(s.IsDefault);
-    EXPECT_EQ(s.GetCount(), 3);
+    EXPECT_EQ(Row(s.IsDefault, s.GetCount()), "0|3|");
 }
 
 // A default structure and two user ones, "a[1]=b" and "Second".
@@ -135,8 +132,8 @@ TEST(DbLogicalStructures, CurrentDefaultDeleteAndFind) {
 }
 
 TEST(DbLogicalStructures, IniRoundTripThroughFile) {
-    const auto file = std::filesystem::temp_directory_path() /
-                      ("ostradb-logstruct-" + std::to_string(::getpid()) + ".ini");
+    const test::TempDir dir;
+    const auto file = dir / "logstruct.ini";
     TDbLogicalStructures saved;
     Fill(saved);
     saved.SetCurrent(&saved.GetItem(1));
@@ -148,9 +145,10 @@ TEST(DbLogicalStructures, IniRoundTripThroughFile) {
         ini.UpdateFile();
     }
     const TMemIniFile ini(file);
-    std::filesystem::remove(file);
-    EXPECT_EQ(ini.ReadString("Db/LogStructure/a-1--b", "Item1", ""), "%well");
-    EXPECT_EQ(ini.ReadInteger("Db/LogStructure", "Count", 0), 2);  // the default is not stored
+    // The default is not stored.
+    EXPECT_EQ(Row(ini.ReadString("Db/LogStructure/a-1--b", "Item1", ""),
+                  ini.ReadInteger("Db/LogStructure", "Count", 0)),
+              "%well|2|");
 
     TDbLogicalStructures loaded;
     Fill(loaded);
@@ -180,17 +178,16 @@ TEST(LevelsList, ReadsLevelValuesWithOptionalAttributesAndRights) {
                      nullptr);
     ASSERT_EQ(list.GetCount(), 3);
     const TLevelItem& a = list.GetItem(0);
-    EXPECT_EQ(a.Name + a.Path + a.StrType, "W1F\\W1well");
-    EXPECT_TRUE(!a.NameIsCorrect && a.Date == 44000.5 && a.QualityMark == 3);
-    EXPECT_EQ(a.UserRights, 64);  // the low 32 bits of the 64-bit mask
-    EXPECT_EQ(a.LevelFiles().GetItem(0).Name, "a.ws");
     const TLevelItem& b = list.GetItem(1);
-    EXPECT_TRUE(b.NameIsCorrect && b.Date == 0 && b.QualityMark == 0 && b.StrType.empty());
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(list.GetItem(i).IsReadOnly(), i == 1) << i;
-        EXPECT_EQ(list.GetItem(i).IsNavigateOnly(), i == 0) << i;
-        EXPECT_FALSE(list.GetItem(i).IsFullAccess());
-    }
+    // UserRights: the low 32 bits of the 64-bit mask.
+    EXPECT_EQ(
+        Row(a.Name, a.Path, a.StrType, a.NameIsCorrect, a.Date, a.QualityMark, a.UserRights,
+            a.LevelFiles().GetItem(0).Name, b.NameIsCorrect, b.Date, b.QualityMark, b.StrType),
+        "W1|F\\W1|well|0|44000.5|3|64|a.ws|1|0|0||");
+    std::string access;
+    for (const TLevelItem& item : list.Items)
+        access += Row(item.IsReadOnly(), item.IsNavigateOnly(), item.IsFullAccess());
+    EXPECT_EQ(access, "0|1|0|1|0|0|0|0|0|");
     EXPECT_THROW(
         list.ReadFromXml(Load(doc, "<a><level_values><item id='1' name='x'/></level_values></a>"),
                          nullptr),
@@ -204,10 +201,9 @@ TEST(VTables, ReadTablesAndOptions) {
         <item name="t1" file_name="t1.db" only_login_update="false"/>
         <Item name="skip" file_name="" only_login_update="0"/>
         <item name="t2" file_name="t2.db" only_login_update="1"/></all_vtables></answer>)"));
-    EXPECT_TRUE(tables.UseDelete);
-    EXPECT_EQ(tables.CollectionPath, "C:\\v");
     ASSERT_EQ(tables.GetItemsCount(), 2);
-    EXPECT_TRUE(tables.GetItem(1).OnlyLoginUpdate);
+    EXPECT_EQ(Row(tables.UseDelete, tables.CollectionPath, tables.GetItem(1).OnlyLoginUpdate),
+              "1|C:\\v|1|");
 
     TVTableOptions options;
     options.ReadFromXml(Load(doc, R"(<answer><vtable_options><item section="s" key="k" value="v"/>

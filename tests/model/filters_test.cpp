@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -13,15 +12,14 @@
 #include "ostradb/util/dates.hpp"
 #include "ostradb/util/exceptions.hpp"
 #include "ostradb/util/ini_file.hpp"
+#include "support/files.hpp"
+#include "support/render.hpp"
 
 namespace ostradb {
 namespace {
 
-std::string Raw(pugi::xml_node node) {
-    std::ostringstream s;
-    node.print(s, "", pugi::format_raw);
-    return s.str();
-}
+using test::Row;
+using test::XmlText;
 
 void AddItem(TFilter& f, const char* key, TStringList values, bool no = false, bool all = false,
              const char* oper = "=") {
@@ -44,10 +42,11 @@ TEST(FilterItem, TypesAndKeyExplosion) {
     for (const auto& [key, type, parts] : cases) {
         TFilterItem item;
         item.Key = key;
-        EXPECT_EQ(item.GetItemType(), type) << key;
         std::string table = "t", column = "c";
-        EXPECT_EQ(item.ExplodeKeyIntoTableAndColName(table, column), type == fitKeyValue);
-        EXPECT_EQ(table + "|" + column, parts) << key;
+        const bool exploded = item.ExplodeKeyIntoTableAndColName(table, column);
+        EXPECT_EQ(Row(int(item.GetItemType()), exploded, table) + column,
+                  Row(int(type), type == fitKeyValue) + parts)
+            << key;
     }
 }
 
@@ -91,25 +90,23 @@ TEST(Filter, XmlBothWaysWritesOnlyItemsWithKeyAndValues) {
     pugi::xml_document doc;
     pugi::xml_node command = doc.append_child("command");
     f.FillToXml(nullptr, command);
-    EXPECT_EQ(Raw(command),
+    EXPECT_EQ(XmlText(command),
               "<command><Filter>"
               "<Item Param=\"%well\" Oper=\"!=\" Not=\"true\"><Items><Item>12</Item>"
               "<Item>a&lt;b</Item></Items></Item>"
               "<Item Param=\"curves\" Oper=\"=\" And=\"true\"><Items><Item>GK</Item></Items></Item>"
               "</Filter></command>");
     f.CheckAndCorrect();  // only the empty key goes
-    EXPECT_EQ(f.GetCount(), 3);
-    EXPECT_EQ(f.GetFilledItemsCount(), 2);
+    EXPECT_EQ(Row(f.GetCount(), f.GetFilledItemsCount()), "3|2|");
 
     ASSERT_TRUE(doc.load_string(R"(<answer><Filter>
         <Item Param="%well" And="True" Not="0"><Items><Item>1</Item><x>no</x></Items></Item>
         <item Param="skipped"/><Item Param="curves" Oper="!=" Not="1"/></Filter></answer>)"));
     f.ReadFromXml(nullptr, doc.document_element());
     ASSERT_EQ(f.GetCount(), 2);
-    EXPECT_EQ(f.GetItem(0).Oper, "=");
-    EXPECT_TRUE(f.GetItem(0).And && !f.GetItem(0).Not);
-    EXPECT_EQ(f.GetItem(0).Values, (TStringList{"1"}));
-    EXPECT_TRUE(f.GetItem(1).Not && f.GetItem(1).Oper == "!=" && f.GetItem(1).Values.Empty());
+    EXPECT_EQ(Row(f.GetItem(0).Oper, f.GetItem(0).And, f.GetItem(0).Not, f.GetItem(0).Values.Text(),
+                  f.GetItem(1).Not, f.GetItem(1).Oper, f.GetItem(1).Values.Count()),
+              "=|1|0|1\r\n|1|!=|0|");
 
     const std::string text = f.FillToXmlStr();  // the UTF-8 document form
     EXPECT_NE(text.find("encoding=\"UTF-8\""), std::string::npos);
@@ -133,7 +130,7 @@ TEST(Filter, CheckedXmlSkipsMissingLevelsAndConvertsDates) {
     auto write = [&](const TFilter& f, TFilterCheckFlags flags) {
         pugi::xml_document doc;
         f.FillToXmlWithCheck(&db, doc.append_child("c"), flags);
-        return Raw(doc.first_child());
+        return XmlText(doc.first_child());
     };
 
     TFilter f;
@@ -208,8 +205,8 @@ TEST(Filters, CurrentFindAndDelete) {
 }
 
 TEST(Filters, IniRoundTripThroughFile) {
-    const auto file = std::filesystem::temp_directory_path() /
-                      ("ostradb-filters-" + std::to_string(::getpid()) + ".ini");
+    const test::TempDir dir;
+    const auto file = dir / "filters.ini";
     TFilters saved;
     saved.UseAsGlobal = true;
     saved.Add().Name = "A";
@@ -231,19 +228,20 @@ TEST(Filters, IniRoundTripThroughFile) {
         io.seekp(0, std::ios::end);
         io << Utf8ToCp1251(
             "[Hand]\r\nCount=3\r\nKey1=%well\r\nValue1=\"\"Юг,Север\"\"\r\nValue2=no key\r\n"
-            "Key3=curves\r\n");
+            "Key3=curves\r\nValue3=x\"\r\n");  // quoted at one end only: kept
     }
     // The comma text in one pair of quotes, none added by the INI.
     EXPECT_NE(disk.find("\nValue1=\"\"a,b\"\"\n"), std::string::npos) << disk;
     const TMemIniFile ini(file);
-    std::filesystem::remove(file);
-    EXPECT_EQ(ini.ReadString("Db/Filters", "CurrentFilter", ""), "B");
-    EXPECT_EQ(ini.ReadString("Db/Filters2", "Name", ""), "B");
-    EXPECT_EQ(ini.ReadString("Db/Filters2", "Value1", ""), "\"\"a,b\"\"");
+    EXPECT_EQ(
+        Row(ini.ReadString("Db/Filters", "CurrentFilter", ""),
+            ini.ReadString("Db/Filters2", "Name", ""), ini.ReadString("Db/Filters2", "Value1", "")),
+        "B|B|\"\"a,b\"\"|");
 
     // What was loaded saves to the same text.
     TFilters loaded;
     loaded.LoadSettingsFromIni(ini, "Db/");
+    std::filesystem::remove(file);
     auto text = [&](const TFilters& f) {
         TMemIniFile mem(file);  // the file is gone: an empty one, never written
         f.SaveSettingsToIni(mem, "Db/");
@@ -255,8 +253,9 @@ TEST(Filters, IniRoundTripThroughFile) {
     TFilter hand;
     hand.LoadSettingsFromIni(ini, "Hand");
     ASSERT_EQ(hand.GetCount(), 2);  // the item without a key is dropped
-    EXPECT_EQ(hand.GetItem(0).Values, (TStringList{"Юг,Север"}));
-    EXPECT_EQ(hand.GetItem(1).Oper, "=");
+    EXPECT_EQ(Row(test::Joined(hand.GetItem(0).Values), hand.GetItem(1).Oper,
+                  test::Joined(hand.GetItem(1).Values)),
+              "Юг,Север||=|x\"||");
 }
 
 }  // namespace

@@ -12,41 +12,51 @@
 #include "ostradb/serial/xml_serializer.hpp"
 #include "ostradb/util/text.hpp"
 #include "ostradb/util/well_names.hpp"
+#include "support/render.hpp"
 
 namespace ostradb {
 namespace {
+
+using test::Joined;
+using test::Row;
 
 pugi::xml_node Parse(pugi::xml_document& doc, const std::string& text) {
     xml::Parse(doc, text);
     return doc.document_element();
 }
 
-TDbStruct FourLevels() {
-    TDbStruct s;
-    for (const char* type : {"%Field", "%AREA", "%Well", "%survey"})
-        s.AddNewItem().Type = type;
-    return s;
-}
-
-std::vector<std::string> Lines(const TStringList& list) {
-    return list.Lines();
-}
-
-std::string Fields(const TLevelFile& f) {
+// A file as text: its fields, parameters, plansheets and path, then each table with its
+// columns, curves and rows on lines of their own.
+std::string Text(const TLevelFile& f) {
     std::ostringstream s;
     s << f.ExtraPath << '|' << f.Name << '|' << f.FileType << '|' << f.TrunkId << '|' << f.IsMain
-      << '|' << f.FileId << '|' << f.Flags << '|' << f.UserRights;
+      << '|' << f.FileId << '|' << f.Flags << '|' << f.UserRights << " params " << Joined(f.Params)
+      << " plansheets ";
+    for (const TLevelFilePlanshet& p : f.Planshets)
+        s << p.Name << '|';
+    s << " path " << Joined(f.PathValues) << " names " << Joined(f.PathNames);
+    for (const TLevelFileTable& t : f.Tables) {
+        s << "\n" << t.Name << " (" << t.ShowNames << ") cols ";
+        for (int i = 0; i < t.Cols.GetCount(); ++i)
+            s << t.Cols.GetItem(i).Name << '|';
+        for (const TLevelFileCurve& c : t.Curves)
+            s << "\n " << c.Name << '|' << c.Table << '|' << c.Start << '|' << c.Step << '|'
+              << c.NVers << '|' << c.Keystr << '|' << c.GetKeyStr() << '|' << c.DClass << '|'
+              << c.QualityMark << '|' << c.GetVisibleName() << " on " << Joined(c.Planshets);
+        for (const TLevelFileRow& r : t.Rows.Items)
+            s << "\n row " << r.GetKeyStr() << " " << r.GetItem(0).Type;
+    }
     return s.str();
 }
 
-std::string Fields(const TLevelFileCurve& c) {
-    std::ostringstream s;
-    s << c.Name << '|' << c.Table << '|' << c.Start << '|' << c.Step << '|' << c.NVers << '|'
-      << c.Keystr << '|' << c.GetKeyStr() << '|' << c.DClass << '|' << c.QualityMark;
-    return s.str();
-}
-
-const char* kAnswer = R"(<answer>
+TEST(LevelFilesRead, ReadsFilesTablesCurvesRowsAndPaths) {
+    pugi::xml_document doc;
+    TDbStruct levels;
+    for (const char* type : {"%Field", "%AREA", "%Well", "%survey"})
+        levels.AddNewItem().Type = type;
+    TLevelFilesList list;
+    list.Add().Name = "stale";
+    list.ReadFromXml(Parse(doc, R"(<answer>
   <file extra_path="x/" name="w12.ws" type="2" trunk_id="T12" is_main="true" file_id="7"
         flags="1099511627776" UserRights="3">
     <params><param key="size" value="10"/><note key="no" value="no"/>
@@ -69,52 +79,29 @@ const char* kAnswer = R"(<answer>
   </file>
   <File extra_path="" name="upper" type="1" trunk_id="" is_main="false"/>
   <item/>
-  <file extra_path="" name="b.ws" type="1" trunk_id="" is_main="False">
+  <file name="b.ws" type="1" trunk_id="" is_main="False" extra_path="e/">
     <path><item value="A"/><item value="B"/></path>
   </file>
-</answer>)";
-
-TEST(LevelFilesRead, ReadsFilesTablesCurvesRowsAndPaths) {
-    pugi::xml_document doc;
-    const TDbStruct levels = FourLevels();
-    TLevelFilesList list;
-    list.Add().Name = "stale";
-    list.ReadFromXml(Parse(doc, kAnswer), &levels);
+</answer>)"),
+                     &levels);
 
     ASSERT_EQ(list.GetCount(), 2);
-    const TLevelFile& f = list.GetItem(0);
-    EXPECT_EQ(Fields(f), "x/|w12.ws|2|T12|1|7|1099511627776|3");
-    EXPECT_EQ(Lines(f.Params), (std::vector<std::string>{"size=10", "author=Иванов"}));
-    ASSERT_EQ(f.GetPlanshetsCount(), 1);
-    EXPECT_EQ(f.GetPlanshet(0).Name, "Основной");
-    EXPECT_EQ(Lines(f.PathValues),
-              (std::vector<std::string>{"Месторождение", "Площадь", "Скв 12", "ГИС"}));
-    EXPECT_EQ(Lines(f.PathNames), (std::vector<std::string>{"%field=Месторождение", "%area=Площадь",
-                                                            "%well=Скв 12", "%survey=ГИС"}));
-
-    ASSERT_EQ(f.GetTablesCount(), 1);
-    const TLevelFileTable& t = f.GetTable(0);
-    EXPECT_EQ(t.Name, "formation");
-    ASSERT_EQ(t.GetCurvesCount(), 2);
-    EXPECT_EQ(Fields(t.GetCurve(0)), "PL|other|0|0|2|k1|v1|7|3");
-    EXPECT_EQ(Lines(t.GetCurve(0).Planshets), (std::vector<std::string>{"P1", "P2"}));
-    // No "table": the curve's own table; no quality mark: 9999.
-    EXPECT_EQ(Fields(t.GetCurve(1)), "GK|formation|100.5|0.1|1|||1|9999");
-    EXPECT_EQ(t.FindCurve("gk"), &t.GetCurve(1));
-    ASSERT_EQ(t.Rows.GetCount(), 1);
-    EXPECT_EQ(t.Rows.GetItem(0).GetKeyStr(), "TOP=1500;NAME=Ю1");
-    EXPECT_EQ(t.Rows.GetItem(0).GetItem(0).Type, "float");
-
-    // No "file_id", "flags" or "UserRights"; a path shorter than the structure.
-    const TLevelFile& b = list.GetItem(1);
-    EXPECT_EQ(Fields(b), "|b.ws|1||0|-1|0|-1");
-    EXPECT_EQ(Lines(b.PathValues), (std::vector<std::string>{"A", "B"}));
-    EXPECT_TRUE(b.PathNames.Empty());
+    // No "table": the curve's own table; no quality mark: 9999. A path shorter than the
+    // structure has no names; no "file_id", "flags" or "UserRights": the defaults; attributes
+    // in another order are found all the same.
+    EXPECT_EQ(Text(list.GetItem(0)),
+              "x/|w12.ws|2|T12|1|7|1099511627776|3 params size=10|author=Иванов| plansheets "
+              "Основной| path Месторождение|Площадь|Скв 12|ГИС| names %field=Месторождение|"
+              "%area=Площадь|%well=Скв 12|%survey=ГИС|\nformation () cols "
+              "\n PL|other|0|0|2|k1|v1|7|3|!PL on P1|P2|"
+              "\n GK|formation|100.5|0.1|1|||1|9999|GK on "
+              "\n row TOP=1500;NAME=Ю1 float");
+    EXPECT_EQ(Text(list.GetItem(1)), "e/|b.ws|1||0|-1|0|-1 params  plansheets  path A|B| names ");
+    EXPECT_EQ(list.GetItem(0).GetTable(0).FindCurve("gk"), &list.GetItem(0).GetTable(0).Curves[1]);
 
     // Without a structure no path names at all.
     list.ReadFromXml(doc.document_element(), nullptr);
-    EXPECT_EQ(list.GetItem(0).PathValues.Count(), 4);
-    EXPECT_TRUE(list.GetItem(0).PathNames.Empty());
+    EXPECT_EQ(Row(list.GetItem(0).PathValues.Count(), list.GetItem(0).PathNames.Count()), "4|0|");
 }
 
 TEST(LevelFilesRead, BadRequiredValueRaisesAndKeepsWhatWasRead) {
@@ -127,9 +114,9 @@ TEST(LevelFilesRead, BadRequiredValueRaisesAndKeepsWhatWasRead) {
         TLevelFilesList list;
         EXPECT_THROW(list.ReadFromXml(Parse(doc, text), nullptr), EConvertError) << second;
         ASSERT_EQ(list.GetCount(), 2) << second;
-        EXPECT_EQ(list.GetItem(0).FileType, 3);
-        EXPECT_EQ(list.GetItem(0).PathValues.Count(), 1);
-        EXPECT_EQ(list.GetItem(1).Name, "b");
+        EXPECT_EQ(
+            Row(list.GetItem(0).FileType, list.GetItem(0).PathValues.Count(), list.GetItem(1).Name),
+            "3|1|b|");
     }
 }
 
@@ -148,23 +135,23 @@ TEST(LevelFileCurve, TypeAndVisibleNameFollowTheDataClass) {
         curve.Name = "C";
         curve.Table = c.table;
         curve.DClass = c.dclass;
-        EXPECT_EQ(DataClassToCurveType(c.dclass), c.type) << c.dclass;
-        EXPECT_EQ(curve.GetIsBed(), c.type == ctBed) << c.dclass;
-        EXPECT_EQ(curve.GetIsColumn(), c.type == ctColumn) << c.dclass;
-        EXPECT_EQ(curve.GetVisibleName(), c.visible) << c.dclass << " " << c.table;
+        EXPECT_EQ(Row(int(DataClassToCurveType(c.dclass)), curve.GetIsBed(), curve.GetIsColumn(),
+                      curve.GetVisibleName()),
+                  Row(int(c.type), c.type == ctBed, c.type == ctColumn, c.visible))
+            << c.dclass << " " << c.table;
     }
 }
 
 TEST(LevelFileFlags, LowestKnownBitDecides) {
-    EXPECT_EQ(FileFlagToString(6), "Находится по некорректному пути");
-    EXPECT_EQ(FileFlagToString(7), "Содержит некорректные данные");
-    EXPECT_EQ(FileFlagToString(4), "При загрузке данных произошла ошибка");
     EXPECT_EQ(FileFlagToString(8), "");
     TStringList list{"kept"};
     FileFlagsToString(0x8000000F, list);
-    EXPECT_EQ(Lines(list), (std::vector<std::string>{"kept", "Содержит некорректные данные",
-                                                     "Находится по некорректному пути",
-                                                     "При загрузке данных произошла ошибка"}));
+    EXPECT_EQ(Joined(list),
+              "kept|Содержит некорректные данные|Находится по некорректному пути|"
+              "При загрузке данных произошла ошибка|");
+    EXPECT_EQ(FileFlagToString(6) + FileFlagToString(7) + FileFlagToString(4),
+              "Находится по некорректному путиСодержит некорректные данные"
+              "При загрузке данных произошла ошибка");
 }
 
 TLevelFile& AddFile(TLevelFilesList& list, const char* name, std::vector<std::string> path) {
@@ -175,10 +162,10 @@ TLevelFile& AddFile(TLevelFilesList& list, const char* name, std::vector<std::st
     return f;
 }
 
-std::vector<std::string> Names(const TLevelFilesList& list) {
-    std::vector<std::string> names;
+std::string Names(const TLevelFilesList& list) {
+    std::string names;
     for (const TLevelFile& f : list.Files)
-        names.push_back(f.Name);
+        names += f.Name;
     return names;
 }
 
@@ -191,21 +178,20 @@ TEST(LevelFilesSort, SortsByLevelsWithWellNamesNumberFirst) {
     AddFile(list, "e", {"%field=Alpha", "%well=12a"});
     AddFile(list, "f", {"%field=beta", "%well=7"});
     AddFile(list, "g", {});
-    c.TrunkId = "moved whole";
     list.SmartSort();
-    EXPECT_EQ(Names(list), (std::vector<std::string>{"g", "b", "e", "c", "d", "f", "a"}));
-    EXPECT_EQ(&list.GetItem(3), &c);
+    EXPECT_EQ(Names(list), "gbecdfa");
+    EXPECT_EQ(&list.GetItem(3), &c);  // moved whole
 
     // Levels are compared in the order the files first name them.
     TLevelFilesList byWell;
     AddFile(byWell, "y", {"%field=a", "%well=10"});
     AddFile(byWell, "x", {"%well=2", "%field=b"});
     byWell.SmartSort();
-    EXPECT_EQ(Names(byWell), (std::vector<std::string>{"y", "x"}));
+    EXPECT_EQ(Names(byWell), "yx");
     AddFile(byWell, "z", {"%well=1", "%field=a"});
     AddFile(byWell, "w", {"%area=x"});
     byWell.SmartSort();  // w: empty field and well, which sort first
-    EXPECT_EQ(Names(byWell), (std::vector<std::string>{"w", "z", "y", "x"}));
+    EXPECT_EQ(Names(byWell), "wzyx");
 }
 
 TEST(LevelFilesSort, AgreesWithComparingFilesLevelByLevel) {
@@ -244,25 +230,22 @@ TLevelFilesList SampleList() {
     f.PathNames = TStringList{"%field=F", "%well=12"};
     TLevelFileTable& t = f.AddTable();
     t.Name = "formation";
-    TLevelFileCurve& col = t.AddCurve();
-    col.Table = "formation";
-    col.Name = "A";
-    col.DClass = 3;
-    col.Keystr = "k";
-    col.Keystr2 = "v";
-    col.NVers = 2;
-    TLevelFileCurve& bed = t.AddCurve();
-    bed.Table = "formation";
-    bed.Name = "B";
-    bed.DClass = 2;
-    bed.Keystr = "kb";
+    for (const auto& [name, dclass, key] : {std::tuple{"A", 3, "k"}, std::tuple{"B", 2, "kb"}}) {
+        TLevelFileCurve& c = t.AddCurve();
+        c.Table = "formation";
+        c.Name = name;
+        c.DClass = dclass;
+        c.Keystr = key;
+    }
+    t.GetCurve(0).Keystr2 = "v";
+    t.GetCurve(0).NVers = 2;
     TLevelFile& g = list.Add();
     g.Name = "b.ws";
     g.PathValues = TStringList{"only"};
     return list;
 }
 
-TEST(LevelFilesExchange, WritesTheApiFormAndReadsItBack) {
+TEST(LevelFilesExchange, WritesTheApiAndSerializerFormsAndReadsThemBack) {
     auto apiText = [](const TLevelFilesList& l) {
         pugi::xml_document d;
         l.SaveToApiXML_Ex(d.append_child("Files"));
@@ -279,12 +262,10 @@ TEST(LevelFilesExchange, WritesTheApiFormAndReadsItBack) {
               "</Curves></Table></Tables></File>"
               "<File FileName=\"b.ws\" TrunkId=\"\"><Path><Item Name=\"\" Value=\"only\"/>"
               "</Path><Tables/></File></Files>");
-
     TLevelFilesList back;
     back.LoadFromApiXMLText(text);
     EXPECT_EQ(apiText(back), text);
     EXPECT_TRUE(back.GetItem(1).PathNames.Empty());
-
     try {
         pugi::xml_document doc;
         list.SaveToApiXML(doc.append_child("Files"));
@@ -292,29 +273,22 @@ TEST(LevelFilesExchange, WritesTheApiFormAndReadsItBack) {
     } catch (const TSaveToApiXMLDepricated& e) {
         EXPECT_STREQ(e.what(), "TLevelFilesList.SaveToApiXML is deprecated");
     }
-}
 
-TEST(LevelFilesSerializer, RoundTripsUnderFilesWith64BitValues) {
-    const TLevelFilesList list = SampleList();
+    // The serializer's form: the files under "Files", 64-bit values whole.
     pugi::xml_document doc;
     pugi::xml_node root = doc.append_child("root");
     SaveToXML(list, "List", root);
     const pugi::xml_node item = root.child("List").child("Files").child("Item");
-    EXPECT_STREQ(item.attribute("Flags").value(), "1099511627776");
-    EXPECT_STREQ(item.attribute("UserRights").value(), "5");
-    EXPECT_STREQ(item.child("Params").child("Item").text().get(), "k=v");
-    EXPECT_STREQ(item.child("Tables")
-                     .child("Item")
-                     .child("Curves")
-                     .child("Item")
-                     .attribute("Keystr2")
-                     .value(),
-                 "v");
-
-    TLevelFilesList back;
-    LoadFromXML(back, "List", root);
+    EXPECT_EQ(
+        test::Row(test::AttrText(item), test::XmlText(item.child("Params")),
+                  test::AttrText(item.child("Tables").child("Item").child("Curves").child("Item"))),
+        "Flags=1099511627776 UserRights=5 Name=a.ws ExtraPath= FileType=0 TrunkId=T1 IsMain=0 "
+        "FileId=-1 DbId=-1|<Params><Item>k=v</Item></Params>|Table=formation "
+        "Name=A Start=0 Stop=0 Step=0 NVers=2 Keystr=k Keystr2=v DClass=3 QualityMark=9999|");
+    TLevelFilesList loaded;
+    LoadFromXML(loaded, "List", root);
     pugi::xml_document again;
-    SaveToXML(back, "List", again.append_child("root"));
+    SaveToXML(loaded, "List", again.append_child("root"));
     EXPECT_EQ(xml::ToText(again, false, ""), xml::ToText(doc, false, ""));
 }
 
@@ -334,24 +308,13 @@ TEST(LevelFilesViewsList, ReadsPlansheetsTablesColumnsCurvesAndRows) {
       </file><other/></answer>)"),
                      nullptr, true);
     ASSERT_EQ(list.GetCount(), 1);
-    const TLevelFile& f = list.GetItem(0);
-    EXPECT_EQ(f.FileType, 2);
-    EXPECT_EQ(f.TrunkId, "T");
-    ASSERT_EQ(f.GetPlanshetsCount(), 2);
-    EXPECT_EQ(f.GetPlanshet(1).Name, "P2");
-    ASSERT_EQ(f.GetTablesCount(), 1);
-    const TLevelFileTable& t = f.GetTable(0);
-    EXPECT_EQ(t.Name, "strat");
-    EXPECT_EQ(t.ShowNames, "Стратиграфия");
-    ASSERT_EQ(t.Cols.GetCount(), 2);
-    EXPECT_EQ(t.Cols.GetItem(1).Name, "NAME");
-    ASSERT_EQ(t.GetCurvesCount(), 3);
-    EXPECT_EQ(t.GetCurve(0).GetVisibleName(), "!S1");
-    EXPECT_EQ(Fields(t.GetCurve(0)), "S1|strat|0|0|0|k|kv|3|4");
-    EXPECT_EQ(Fields(t.GetCurve(1)), "S2|strat|1.5|0|0|||0|6");
-    EXPECT_EQ(t.GetCurve(2).QualityMark, 9999);
-    ASSERT_EQ(t.Rows.GetCount(), 1);
-    EXPECT_EQ(t.Rows.GetItem(0).GetKeyStr(), "TOP=10");
+    EXPECT_EQ(Text(list.GetItem(0)),
+              "|a.ws|2|T|1|-1|0|-1 params  plansheets P1|P2| path  names "
+              "\nstrat (Стратиграфия) cols TOP|NAME|"
+              "\n S1|strat|0|0|0|k|kv|3|4|!S1 on "
+              "\n S2|strat|1.5|0|0|||0|6|S2 on "
+              "\n S3|strat|0|0|0|||0|9999|S3 on "
+              "\n row TOP=10 float");
 }
 
 TEST(LevelFiles, AssignFindFilterAndRights) {
@@ -364,31 +327,25 @@ TEST(LevelFiles, AssignFindFilterAndRights) {
     EXPECT_EQ(copy.FindByName("c.ws"), nullptr);
     TStringList names{"old"};
     copy.GetFileNames(names);
-    EXPECT_EQ(Lines(names), (std::vector<std::string>{"a.ws", "b.ws"}));
+    EXPECT_EQ(Joined(names), "a.ws|b.ws|");
 
     TLevelFile& f = list.GetItem(0);
     f.AddTable().Name = "depth";
     f.GetTable(1).AddCurve().Name = "GK";
     TLevelFileInternalFilter filter;
     filter.CurveTypes = {ctSimple, ctColumn};
-    f.FilterCurves(filter);
-    EXPECT_EQ(f.GetTable(0).GetCurvesCount(), 1);  // the bed is gone
-    EXPECT_EQ(f.GetTable(0).GetCurve(0).Name, "A");
+    f.FilterCurves(filter);  // the bed is gone
+    EXPECT_EQ(Row(f.GetTable(0).GetCurvesCount(), f.GetTable(0).GetCurve(0).Name), "1|A|");
     filter.TableNames = TStringList{"DEPTH"};
     f.FilterCurves(filter);
-    EXPECT_EQ(f.GetTable(0).GetCurvesCount(), 0);
-    EXPECT_EQ(f.GetTable(1).GetCurvesCount(), 1);
+    EXPECT_EQ(Row(f.GetTable(0).GetCurvesCount(), f.GetTable(1).GetCurvesCount()), "0|1|");
 
-    struct Case {
-        std::int64_t rights;
-        bool readOnly, full;
-    };
-    for (const Case& c : {Case{-1, false, true}, Case{1, true, false}, Case{7, false, true},
-                          Case{3, false, false}, Case{64, true, false}, Case{127, false, true}}) {
-        f.UserRights = c.rights;
-        EXPECT_EQ(f.IsReadOnly(), c.readOnly) << c.rights;
-        EXPECT_EQ(f.IsFullAccess(), c.full) << c.rights;
+    std::string rights;
+    for (std::int64_t mask : {-1, 1, 7, 3, 64, 127}) {
+        f.UserRights = mask;
+        rights += Row(mask, f.IsReadOnly(), f.IsFullAccess());
     }
+    EXPECT_EQ(rights, "-1|0|1|1|1|0|7|0|1|3|0|0|64|1|0|127|0|1|");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "ostradb/model/table_columns.hpp"
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/serial/xml_serializer.hpp"
+#include "support/render.hpp"
 
 namespace ostradb {
 namespace {
@@ -17,9 +18,8 @@ TEST(TableCols, ReadsOnlyFieldChildren) {
     cols.Items.Add().Name = "stale";
     cols.LoadFromWSViewsListXml(doc.document_element());
     ASSERT_EQ(cols.GetCount(), 3);
-    EXPECT_EQ(cols.GetItem(0).Name, "DEPTH");
-    EXPECT_EQ(cols.GetItem(1).Name, "");
-    EXPECT_EQ(cols.GetItem(2).Name, "ГК");
+    EXPECT_EQ(test::Row(cols.GetItem(0).Name, cols.GetItem(1).Name, cols.GetItem(2).Name),
+              "DEPTH||ГК|");
 
     TTableCols copy;
     copy.Assign(cols);
@@ -63,10 +63,9 @@ TEST(TableColumnNames, WritesItemsWithoutAnElementOfTheirOwn) {
 
 TEST(TableColumnNames, LookUpsIgnoreCaseAndDeleteNeedsTheTable) {
     TTableColumnNames names = Sample();
-    EXPECT_TRUE(names.Exists("СТРАТИГРАФИЯ", "кровля"));
-    EXPECT_TRUE(names.Exists("MAIN", "gk"));
-    EXPECT_FALSE(names.Exists("main", "Кровля"));
-    EXPECT_FALSE(names.Exists("unknown", "GK"));
+    EXPECT_EQ(test::Row(names.Exists("СТРАТИГРАФИЯ", "кровля"), names.Exists("MAIN", "gk"),
+                        names.Exists("main", "Кровля"), names.Exists("unknown", "GK")),
+              "1|1|0|0|");
     EXPECT_EQ(names.FindByTableName("Main"), &names.GetItem(1));
     EXPECT_EQ(names.FindByTableName("mai"), nullptr);
 

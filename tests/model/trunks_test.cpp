@@ -7,6 +7,7 @@
 #include "ostradb/serial/properties.hpp"
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/util/text.hpp"
+#include "support/render.hpp"
 
 namespace ostradb {
 namespace {
@@ -78,13 +79,11 @@ TEST(TrunkList, SerializesDeclaredPropertiesAndFindsByExactId) {
     pugi::xml_node root = doc.append_child("answer");
     SaveToXML(trunks, "Trunks", root);
     const pugi::xml_node item = root.child("Trunks").child("Item");
-    std::vector<std::string> attrs;
+    std::vector<std::string> names;
     for (pugi::xml_attribute a : item.attributes())
-        attrs.push_back(a.name());
-    ASSERT_EQ(attrs.size(), 30u);
-    EXPECT_EQ(attrs[0], "TId");
-    EXPECT_EQ(attrs[5], "Field");
-    EXPECT_EQ(attrs[29], "OffsetYBottom");
+        names.push_back(a.name());
+    ASSERT_EQ(names.size(), 30u);
+    EXPECT_EQ(test::Row(names[0], names[5], names[29]), "TId|Field|OffsetYBottom|");
     EXPECT_STREQ(item.attribute("Field").value(), "Самотлор");
 
     TTrunkList back;
@@ -93,9 +92,8 @@ TEST(TrunkList, SerializesDeclaredPropertiesAndFindsByExactId) {
     SaveToXML(back, "Trunks", again.append_child("answer"));
     EXPECT_EQ(xml::ToText(again, false, ""), xml::ToText(doc, false, ""));
 
-    EXPECT_EQ(back.Find("tr-1"), &back.GetItem(1));
-    EXPECT_EQ(back.Find("Tr-1"), &back.GetItem(0));
-    EXPECT_EQ(back.Find("TR-1"), nullptr);
+    EXPECT_EQ(test::Row(back.Find("tr-1"), back.Find("Tr-1"), back.Find("TR-1")),
+              test::Row(&back.GetItem(1), &back.GetItem(0), static_cast<const TTrunk*>(nullptr)));
 }
 
 }  // namespace

@@ -1,30 +1,21 @@
 // Connection settings through a real settings file and a real ConnSettings.xml in a temporary
 // directory.
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
-#include "exchange_fixture.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
-#include "ostradb/protocol/ostradb_protocol.hpp"
+#include "exchange_fixture.hpp"
 #include "ostradb/util/ini_file.hpp"
 #include "protocol/settings_paths.hpp"
+#include "support/files.hpp"
 
 namespace ostradb {
 namespace {
 
 namespace fs = std::filesystem;
-using test::Row;
+using namespace test;
 
 class ConnectionSettingsTest : public ::testing::Test {
 protected:
-    ConnectionSettingsTest()
-        : dir_(fs::temp_directory_path() /
-               ("ostradb-settings-" + std::to_string(::getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name())) {
+    ConnectionSettingsTest() {
         fs::create_directories(dir_ / "bin");
         ::setenv("OSTRADB_CONFIG_DIR", (dir_ / "config").c_str(), 1);
         detail::SetExecutableDirForTesting(dir_ / "bin");
@@ -32,7 +23,6 @@ protected:
     ~ConnectionSettingsTest() override {
         detail::SetExecutableDirForTesting({});
         ::unsetenv("OSTRADB_CONFIG_DIR");
-        fs::remove_all(dir_);
     }
     // Writes values into the settings store under the default key.
     void Store(std::initializer_list<std::pair<const char*, const char*>> values) {
@@ -41,11 +31,9 @@ protected:
             ini.WriteString(TConnectionSettings().CurRegistryBranch, key, value);
         ini.UpdateFile();
     }
-    void ShipXml(const std::string& text) {
-        std::ofstream(dir_ / "bin" / "ConnSettings.xml") << text;
-    }
+    void ShipXml(const std::string& text) { WriteFile(dir_ / "bin" / "ConnSettings.xml", text); }
 
-    fs::path dir_;
+    const TempDir dir_{"ostradb-settings"};
 };
 
 TEST_F(ConnectionSettingsTest, StoreValuesAreRepairedOnLoad) {

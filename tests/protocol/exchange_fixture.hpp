@@ -14,6 +14,7 @@
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/util/string_list.hpp"
 #include "protocol/command.hpp"
+#include "support/render.hpp"
 #include "support/scripted_server.hpp"
 
 namespace ostradb {
@@ -23,20 +24,17 @@ namespace test {
 // A recorded request's "command" element as one line of XML, so that a test compares the
 // command name, every attribute in order and every child in one expectation.
 inline std::string CommandText(const RecordedRequest& request) {
-    std::ostringstream text;
-    request.Command().print(text, "", pugi::format_raw);
-    return text.str();
-}
-
-// A node's attributes in order as "name=value name=value".
-inline std::string AttrText(pugi::xml_node node) {
-    std::string out;
-    for (pugi::xml_attribute a : node.attributes())
-        out += (out.empty() ? "" : " ") + std::string(a.name()) + "=" + a.value();
-    return out;
+    return XmlText(request.Command());
 }
 inline std::string AttrText(const RecordedRequest& r) {
     return AttrText(r.Command());
+}
+// The command elements of the requests from the first-th on, one line each.
+inline std::string Commands(ScriptedServer& server, std::size_t first = 0) {
+    std::string out;
+    for (std::size_t i = first; i < server.RequestCount(); ++i)
+        out += CommandText(server.Request(i)) + "\n";
+    return out;
 }
 
 // The texts of the "Item" children of a list element.
@@ -45,23 +43,6 @@ inline std::vector<std::string> ItemTexts(pugi::xml_node list) {
     for (pugi::xml_node i = list.child("Item"); i; i = i.next_sibling("Item"))
         texts.emplace_back(i.text().get());
     return texts;
-}
-
-// The values joined, each followed by "|": a record rendered for one expectation. The
-// arguments are evaluated in no set order, so a command is called before, not inside.
-template <class... T>
-std::string Row(const T&... values) {
-    std::ostringstream out;
-    ((out << values << '|'), ...);
-    return out.str();
-}
-
-// The lines of a list, each followed by "|".
-inline std::string Joined(const TStringList& list) {
-    std::string out;
-    for (const std::string& line : list.Lines())
-        out += line + "|";
-    return out;
 }
 
 // Runs call, which must raise the server's error answer with this code and text.
@@ -81,7 +62,10 @@ inline void ExpectServerError(const std::function<void()>& call, int code,
 // A client pointed at a scripted server. The server outlives the client.
 class ExchangeTest : public ::testing::Test {
 protected:
-    ExchangeTest() { server.PointAt(client); }
+    ExchangeTest() {
+        server.PointAt(client);
+        client.SetReadTimeout(std::chrono::seconds(20));  // a test that goes wrong fails
+    }
 
     detail::Answer Run(const std::string& cmd, std::istream* send = nullptr,
                        std::ostream* receive = nullptr) {

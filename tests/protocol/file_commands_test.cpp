@@ -6,28 +6,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "exchange_fixture.hpp"
+#include "ostradb/serial/xml_serializer.hpp"
 #include "ostradb/util/dates.hpp"
-#include "ostradb/util/string_list.hpp"
+#include "protocol/local_file.hpp"
+#include "support/files.hpp"
 
 namespace ostradb {
 namespace {
 
-using test::AnswerPacket;
-using test::AttrText;
-using test::ErrorPacket;
-using test::ItemTexts;
-using test::Row;
+using namespace test;
 
 // Seconds since the epoch of a local calendar time.
 std::time_t LocalSeconds(int year, int month, int day, int hour, int minute, int second) {
@@ -53,17 +43,9 @@ bool Lockable(const std::string& path) {
 
 class FileCommands : public ExchangeTest {
 protected:
-    FileCommands() {
-        dir = std::filesystem::path(::testing::TempDir()) /
-              ("ostradb_files_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir);
-    }
-    ~FileCommands() override { std::filesystem::remove_all(dir); }
-
     std::string MakeFile(const std::string& name, const std::string& contents) {
-        const std::string path = (dir / name).string();
-        std::ofstream(path, std::ios::binary) << contents;
-        return path;
+        WriteFile(dir / name, contents);
+        return (dir / name).string();
     }
 
     // A name that sends the request to the other server.
@@ -71,50 +53,45 @@ protected:
         return "wstp://DIRECT:/HOST:127.0.0.1//PORT:" + std::to_string(other.Port()) + "/" + name;
     }
 
-    std::filesystem::path dir;
+    const TempDir dir;
     test::ScriptedServer other;
 };
 
+// The name goes checked to the server it addresses, or whole where the command wants it so;
+// the session comes back, also after an error answer.
 TEST_F(FileCommands, OneNameGoesToTheServerItAddressesAsEachCommandWantsIt) {
     const std::string full = OtherServerName("D:\\w\\a.ws");
-    const std::string checked = "D:\\w\\a.ws";
+    for (const std::string& answer :
+         {AnswerPacket(R"(rights="5")"), AnswerPacket(), AnswerPacket(R"(result="True")"),
+          AnswerPacket(),
+          AnswerPacket({}, R"(<FileTimes CreateTime="1" WriteTime="2" AccessTime="3"/>)"),
+          AnswerPacket(), ErrorPacket(20, "нет файла")})
+        other.Expect().Reply(answer);
     std::istringstream upload("abc");
     TFileInfo info;
-    struct Case {
-        std::function<void(TOstraDbProtocol&)> call;
-        const char* cmd;
-        std::string sent;
-        std::string reply;
-    } cases[] = {
-        {[&](auto& c) { EXPECT_EQ(c.GetFileRights(full).Mask(), 5u); }, "get_file_rights", checked,
-         AnswerPacket(R"(rights="5")")},
-        {[&](auto& c) { c.UpdateFileInfo(full); }, "update_file_info", checked, AnswerPacket()},
-        {[&](auto& c) { EXPECT_TRUE(c.FileExists(full)); }, "file_exists", checked,
-         AnswerPacket(R"(result="True")")},
-        {[&](auto& c) { c.GetFileContents(full, nullptr); }, "get_file_contents", full,
-         AnswerPacket()},
-        {[&](auto& c) { c.GetFileContentsEx(full, nullptr, info); }, "get_file_contents", full,
-         AnswerPacket({}, R"(<FileTimes CreateTime="1" WriteTime="2" AccessTime="3"/>)")},
-        {[&](auto& c) { c.PutFileContents(full, &upload); }, "put_file_contents", full,
-         AnswerPacket()},
-    };
-    for (std::size_t i = 0; i < std::size(cases); ++i) {
-        SCOPED_TRACE(cases[i].cmd);
-        other.Expect().Reply(cases[i].reply);
-        cases[i].call(client);
-        EXPECT_EQ(AttrText(other.Request(i)),
-                  std::string("cmd=") + cases[i].cmd + " file_name=" + cases[i].sent);
-        EXPECT_EQ(Row(client.GetHost(), client.GetPort()), Row("127.0.0.1", server.Port()));
-    }
-    EXPECT_EQ(other.Request(5).payload, "abc");
-
-    // Restored after an error answer as well.
-    other.Expect("file_exists").Reply(ErrorPacket(20, "нет файла"));
+    const std::uint32_t rights = client.GetFileRights(full).Mask();
+    client.UpdateFileInfo(full);
+    const bool exists = client.FileExists(full);
+    client.GetFileContents(full, nullptr);
+    client.GetFileContentsEx(full, nullptr, info);
+    client.PutFileContents(full, &upload);
     EXPECT_THROW(client.FileExists(full), TOstraClientSocketException);
-    EXPECT_EQ(client.GetPort(), server.Port());
     other.Verify();
+    EXPECT_EQ(Commands(other), R"(<command cmd="get_file_rights" file_name="D:\w\a.ws"/>
+<command cmd="update_file_info" file_name="D:\w\a.ws"/>
+<command cmd="file_exists" file_name="D:\w\a.ws"/>
+<command cmd="get_file_contents" file_name=")" +
+                                   full + R"("/>
+<command cmd="get_file_contents" file_name=")" +
+                                   full + R"("/>
+<command cmd="put_file_contents" file_name=")" +
+                                   full + R"("/>
+<command cmd="file_exists" file_name="D:\w\a.ws"/>
+)");
+    EXPECT_EQ(Row(rights, exists, other.Request(5).payload, client.GetHost(), client.GetPort(),
+                  server.Connections()),
+              Row(5, 1, "abc", "127.0.0.1", server.Port(), 0));
     server.Verify();
-    EXPECT_EQ(server.Connections(), 0);
 }
 
 TEST_F(FileCommands, ListsAreCheckedOnACopyAndSentAsItems) {
@@ -141,6 +118,10 @@ TEST_F(FileCommands, ListsAreCheckedOnACopyAndSentAsItems) {
 
     ASSERT_EQ(log.Count(), 2);
     EXPECT_EQ(Row(log[1].ItemName, int(log[1].Result), log.ContainsErrors()), "D:\\b.ws|27|1|");
+    pugi::xml_document saved;  // the log writes itself back in the answer's form
+    SaveToXML(log, "Log", saved.append_child("a"));
+    EXPECT_EQ(XmlText(saved), R"(<a><Log><Item Result="0" ItemName="D:\a.ws"/><Item Result="27" )"
+                              R"(ItemName="D:\b.ws"/></Log></a>)");
     log.Delete(1);
     EXPECT_FALSE(log.ContainsErrors());
 
@@ -175,63 +156,45 @@ TEST_F(FileCommands, AttributeChangesSendCheckedNamesAndLeaveTheItems) {
 }
 
 TEST_F(FileCommands, CommandsWithCapitalisedOrPlainAttributes) {
+    for (const std::string& answer :
+         {AnswerPacket(), AnswerPacket(), AnswerPacket(),
+          AnswerPacket({}, R"(<Item id="7" file_name="D:\x.ws" error_msg="испорчен" )"
+                           R"(ch_time="44000.5" flags="3"/><Other id="1"/>)"),
+          AnswerPacket({},
+                       "<BlockedFiles><Item>D:\\y.ws</Item><Item>D:\\z.ws</Item></BlockedFiles>")})
+        server.Expect().Reply(answer);
     TErroneousFiles erroneous;
     TStringList blocked{"stale"};
-    struct Case {
-        std::function<void(TOstraDbProtocol&)> call;
-        std::string sent;
-        std::string reply = AnswerPacket();
-    } cases[] = {
-        // "Scr", not "Src": the server's spelling. Both names go as given.
-        {[](auto& c) { c.MoveFile("WSTP://D:\\a.ws", "D:\\b.ws"); },
-         "cmd=move_file ScrFileName=WSTP://D:\\a.ws DstFileName=D:\\b.ws"},
-        {[](auto& c) { c.SetFsTrackingMode(3, true); },
-         "cmd=set_fs_tracking_mode DbId=3 Mode=True"},
-        {[](auto& c) { c.SetFsTrackingMode(4, false); },
-         "cmd=set_fs_tracking_mode DbId=4 Mode=False"},
-        {[&](auto& c) { c.RequestErroneousFilesList(5, erroneous); },
-         "cmd=get_erroneous_files db_id=5",
-         AnswerPacket({}, R"(<Item id="7" file_name="D:\x.ws" error_msg="испорчен" )"
-                          R"(ch_time="44000.5" flags="3"/><Other id="1"/>)")},
-        {[&](auto& c) { c.GetBlockedFilesList(6, blocked); }, "cmd=get_blocked_files db_id=6",
-         AnswerPacket({},
-                      "<BlockedFiles><Item>D:\\y.ws</Item><Item>D:\\z.ws</Item></BlockedFiles>")},
-    };
-    for (std::size_t i = 0; i < std::size(cases); ++i) {
-        server.Expect().Reply(cases[i].reply);
-        cases[i].call(client);
-        EXPECT_EQ(AttrText(server.Request(i)), cases[i].sent);
-    }
+    client.MoveFile("WSTP://D:\\a.ws", "D:\\b.ws");
+    client.SetFsTrackingMode(3, true);
+    client.SetFsTrackingMode(4, false);
+    client.RequestErroneousFilesList(5, erroneous);
+    client.GetBlockedFilesList(6, blocked);
     server.Verify();
+    // "Scr", not "Src": the server's spelling. Both names go as given.
+    EXPECT_EQ(Commands(server),
+              R"(<command cmd="move_file" ScrFileName="WSTP://D:\a.ws" DstFileName="D:\b.ws"/>
+<command cmd="set_fs_tracking_mode" DbId="3" Mode="True"/>
+<command cmd="set_fs_tracking_mode" DbId="4" Mode="False"/>
+<command cmd="get_erroneous_files" db_id="5"/>
+<command cmd="get_blocked_files" db_id="6"/>
+)");
     ASSERT_EQ(erroneous.Count(), 1);
     EXPECT_EQ(Row(erroneous[0].Id, erroneous[0].FileName, erroneous[0].ErrorMsg,
-                  erroneous[0].ChTime, erroneous[0].Flags),
-              "7|D:\\x.ws|испорчен|44000.5|3|");
-    EXPECT_EQ(blocked, (TStringList{"D:\\y.ws", "D:\\z.ws"}));
+                  erroneous[0].ChTime, erroneous[0].Flags, Joined(blocked)),
+              "7|D:\\x.ws|испорчен|44000.5|3|D:\\y.ws|D:\\z.ws||");
 }
 
-TEST_F(FileCommands, ContentsArriveInPiecesTogetherWithThePacket) {
-    std::string bytes;
-    for (int i = 0; i < 3000; ++i)
-        bytes += static_cast<char>(i * 7 % 256);
-    bytes += "</packet>\r\n";
-    server.Expect("get_file_contents")
-        .SendInPieces(
-            test::WirePacket(test::PayloadPacket(static_cast<std::int64_t>(bytes.size()))) + bytes,
-            97);
-    std::ostringstream out;
-    client.GetFileContents("D:\\a.ws", &out);
-    EXPECT_EQ(out.str(), bytes);
-
+TEST_F(FileCommands, ContentsComeWithTheFilesTimesAndRealName) {
     server.Expect("get_file_contents")
         .Send(test::WirePacket(R"(<packet bin_data_size="2"><answer RealFileName="E:\real.ws">)"
                                R"(<FileTimes CreateTime="43831.25" WriteTime="43832.5" )"
                                R"(AccessTime="43833"/></answer></packet>)") +
               "xy");
-    std::ostringstream out2;
+    std::ostringstream out;
     TFileInfo info;
-    client.GetFileContentsEx("D:\\a.ws", &out2, info);
-    EXPECT_EQ(Row(out2.str(), info.RealFileName, info.CreateTime, info.WriteTime, info.AccessTime),
+    client.GetFileContentsEx("D:\\a.ws", &out, info);
+    EXPECT_EQ(Row(out.str(), info.RealFileName, info.CreateTime, info.WriteTime, info.AccessTime),
               "xy|E:\\real.ws|43831.2|43832.5|43833|");
     EXPECT_DOUBLE_EQ(info.CreateTime, 43831.25);
 
@@ -310,6 +273,9 @@ TEST_F(FileCommands, ALockedOrMissingFileIsNotImported) {
     }
     ::close(fd);
     EXPECT_EQ(server.Connections(), 0);
+    // What import reads is readable a character at a time too, to its last one.
+    detail::ExclusiveInputFile one(MakeFile("one.ws", "x"));
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(one.Stream()), {}), "x");
 }
 
 TEST_F(FileCommands, BindingsWithoutTypeOrValueStopTheCommandBeforeSending) {

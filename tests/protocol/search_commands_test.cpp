@@ -1,24 +1,16 @@
 // Search commands: the query text, what each search sends and reads, and the curve search's
 // database list and full file names.
 
-#include <string>
-#include <utility>
-#include <vector>
-
+#include "ostradb/protocol/search_commands.hpp"
 #include "exchange_fixture.hpp"
 #include "ostradb/model/databases.hpp"
 #include "ostradb/model/level_files.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
-#include "ostradb/protocol/search_commands.hpp"
-#include "ostradb/util/string_list.hpp"
 
 namespace ostradb {
 namespace {
 
-using test::AnswerPacket;
-using test::ErrorPacket;
-using test::Joined;
-using test::Row;
+using namespace test;
 
 using SearchCommands = ExchangeTest;
 
@@ -148,30 +140,28 @@ TEST_F(SearchCommands, LevelSearchesSendDbIdAndWordsAndReadTheirAnswers) {
 }
 
 TEST_F(SearchCommands, FindFilesForWellSendsBothOptionsAndReadsTheFiles) {
-    struct Case {
-        TFindFilesForWellOpts opts;
-        const char* inclAll;
-        const char* nonKey;
-    } cases[] = {
-        {{}, "False", "False"},
-        {{fffwoIncludeAllWsFiles}, "True", "False"},
-        {{fffwoUseNonKeylevels}, "False", "True"},
-    };
-    const TStringList levels{"Северное", "12"};
-    std::size_t request = 0;
-    for (const Case& c : cases) {
+    std::string read;
+    for (const TFindFilesForWellOpts opts :
+         {TFindFilesForWellOpts{}, TFindFilesForWellOpts{fffwoIncludeAllWsFiles},
+          TFindFilesForWellOpts{fffwoUseNonKeylevels}}) {
         server.Expect("find_files_for_well")
             .Reply(
                 AnswerPacket("", "<ResultFiles><Item>a.ws</Item><Item>b.ws</Item></ResultFiles>"));
         TStringList files{"old"};
-        client.FindFilesForWell(7, levels, files, c.opts);
-        EXPECT_EQ(Joined(files), "a.ws|b.ws|");
-        EXPECT_EQ(
-            test::CommandText(server.Request(request++)),
-            std::string(R"(<command cmd="find_files_for_well" db_id="7" InclAllWsFiles=")") +
-                c.inclAll + R"(" UseNonKeylevels=")" + c.nonKey +
-                R"("><LevelValues><Item>Северное</Item><Item>12</Item></LevelValues></command>)");
+        client.FindFilesForWell(7, TStringList{"Северное", "12"}, files, opts);
+        read += Joined(files);
     }
+    EXPECT_EQ(read, "a.ws|b.ws|a.ws|b.ws|a.ws|b.ws|");
+    const std::string values =
+        "><LevelValues><Item>Северное</Item><Item>12</Item></LevelValues></command>\n";
+    EXPECT_EQ(
+        Commands(server),
+        R"(<command cmd="find_files_for_well" db_id="7" InclAllWsFiles="False" UseNonKeylevels="False")" +
+            values +
+            R"(<command cmd="find_files_for_well" db_id="7" InclAllWsFiles="True" UseNonKeylevels="False")" +
+            values +
+            R"(<command cmd="find_files_for_well" db_id="7" InclAllWsFiles="False" UseNonKeylevels="True")" +
+            values);
     server.Verify();
 }
 

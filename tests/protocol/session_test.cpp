@@ -1,17 +1,12 @@
 // Where the session connects: address prefixes of file names, host and port changes, connect
 // failures, and the process-wide client.
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include "exchange_fixture.hpp"
-#include "ostradb/util/string_list.hpp"
 
 namespace ostradb {
 namespace {
 
-using test::AnswerPacket;
+using namespace test;
 
 TEST(CheckFileName, CutsPrefixesInOrderAndSwitchesToTheNamedServer) {
     struct Case {
@@ -93,18 +88,8 @@ TEST_F(ExchangeTest, HostPortGuardRestoresTheServerOnEveryWayOut) {
 }
 
 TEST(Connect, FailureNamesTheHostInQuotes) {
-    // A port that was free a moment ago: nothing listens there.
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
-    ASSERT_EQ(::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len), 0);
-    ::close(fd);
-
     TOstraDbProtocol client;
-    client.SetHostPort("127.0.0.1", ntohs(addr.sin_port));
+    client.SetHostPort("127.0.0.1", ClosedPort());
     try {
         detail::Request(client, "get_x").Exchange();
         FAIL() << "connected to nothing";

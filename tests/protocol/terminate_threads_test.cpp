@@ -19,7 +19,7 @@ namespace ostradb {
 namespace {
 
 using namespace std::chrono_literals;
-using test::AnswerPacket;
+using namespace test;
 
 // Runs a request on its own thread.
 std::future<void> StartRequest(TOstraDbProtocol& client, std::istream* send,

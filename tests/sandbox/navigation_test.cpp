@@ -2,7 +2,6 @@
 // the data directory on disk.
 
 #include <algorithm>
-#include <cstring>
 #include <set>
 #include <tuple>
 
@@ -118,30 +117,28 @@ protected:
 
 TEST_F(NavigationTest, TheCatalogNamesRealDirectoriesAndTheStructureItsLevels) {
     const detail::Answer list = Call(*client, "get_db_list");
-    std::set<std::string> names;
     for (pugi::xml_node item : list.answer.child("databases").children("item")) {
-        names.insert(item.attribute("name").value());
         std::vector<std::string> dirs{item.attribute("path").value()};
         for (pugi::xml_node root : item.child("roots").children("root"))
             dirs.push_back(root.attribute("internal_dir").value());
         for (const std::string& d : dirs)
             EXPECT_TRUE(d.ends_with("/") && fs::is_directory(d)) << d;
     }
-    EXPECT_EQ(names, (std::set<std::string>{kWestSiberia, kNorthSea}));
-
     const detail::Answer structure = Call(*client, "get_db_struct", Attrs({{"db_id", "1"}}));
     const pugi::xml_node data = structure.answer.child("DbStructData");
+    std::string types;
+    for (pugi::xml_node item : data.child("struct_items").children("Item"))
+        types += std::string(item.attribute("type").value()) + ":" +
+                 std::to_string(std::distance(item.attributes_begin(), item.attributes_end())) +
+                 " ";
     EXPECT_EQ(data.attribute("dir_count").as_int(), 3);
-    Names types;
-    for (pugi::xml_node item : data.child("struct_items").children("Item")) {
-        types.push_back(item.attribute("type").value());
-        EXPECT_EQ(std::distance(item.attributes_begin(), item.attributes_end()), 12);
-    }
-    EXPECT_EQ(types, (Names{"%field", "%well", "%survey"}));
+    EXPECT_EQ(types, "%field:12 %well:12 %survey:12 ");
     EXPECT_EQ(ErrorCode(*client, "get_db_struct", Attrs({{"db_id", "77"}})), ecDatabaseNotFound);
 }
 
-TEST_F(NavigationTest, WalksFromFieldsToWellsToSurveysToFilesAndReadsThem) {
+// The client's own tests compare the levels with the folders on disk; here, the order and the
+// archive root.
+TEST_F(NavigationTest, WalksFromFieldsToWellsToSurveysToFiles) {
     const auto fields = Levels(1, {});
     EXPECT_EQ(NamesOf(fields), (Names{"Озёрное", "Северное"}));
     const int north12 = IdOf(fields, "Северное");
@@ -150,35 +147,15 @@ TEST_F(NavigationTest, WalksFromFieldsToWellsToSurveysToFilesAndReadsThem) {
     EXPECT_EQ(NamesOf(wells), (Names{"12", "12a", "105", "N105-2"}));
     const int well = IdOf(wells, "12");
     const auto surveys = Levels(1, {north12, well});
-    std::set<std::string> expected;
-    for (const DiskFile& f : west)
-        if (f.levels[0] == "Северное" && f.levels[1] == "12") expected.insert(f.levels[2]);
     const Names surveyNames = NamesOf(surveys);
-    EXPECT_EQ(std::set<std::string>(surveyNames.begin(), surveyNames.end()), expected);
-    EXPECT_TRUE(expected.count("ГИС 1998")) << "the archive root's survey joins the others";
+    EXPECT_NE(std::find(surveyNames.begin(), surveyNames.end(), "ГИС 1998"), surveyNames.end())
+        << "the archive root's survey joins the others";
     EXPECT_TRUE(Levels(1, {north12, well, surveys[0].first}).empty()) << "below the last level";
-
-    // Every file of the survey, by its short name, has the bytes on disk.
     for (const auto& [id, survey] : surveys) {
-        const detail::Answer files = Files(1, {north12, well, id});
         const Names levels{"Северное", "12", survey};
-        EXPECT_EQ(CountFiles(files),
+        EXPECT_EQ(CountFiles(Files(1, {north12, well, id})),
                   OnDisk(west, [&](const DiskFile& f) { return f.levels == levels; }).size())
             << survey;
-        for (pugi::xml_node file : files.answer.children("file")) {
-            const std::string name = file.attribute("name").value();
-            const std::string full =
-                name.starts_with("${Root_1}\\")
-                    ? (dataDir / "databases/west-siberia-archive" / name.substr(10)).string()
-                    : westPath + name;
-            EXPECT_EQ(GetContents(*client, name), ReadFile(full)) << name;
-            Names path;
-            for (pugi::xml_node item : file.child("path").children("item"))
-                path.push_back(item.attribute("value").value());
-            EXPECT_EQ(path, levels);
-            EXPECT_TRUE(file.child("table").child("data").child("curve")) << name;
-            EXPECT_TRUE(file.child("planshet")) << name;
-        }
     }
 }
 
@@ -278,6 +255,7 @@ TEST_F(NavigationTest, SearchFindsFilesByLevelValuesAndParameters) {
             files.insert(f.attribute("filename").value());
         return files;
     };
+    // A level by its type or its display name, in every database or one.
     EXPECT_EQ(search("", "", {"well=12"}), OnDisk(west, In(1, {"12"})));
     EXPECT_EQ(search(kWestSiberia, "", {"Скважина=N105*"}),
               OnDisk(west, [](const DiskFile& f) { return f.levels[1].starts_with("N105"); }));
@@ -290,41 +268,6 @@ TEST_F(NavigationTest, SearchFindsFilesByLevelValuesAndParameters) {
     for (const std::string& file : withStrat)
         EXPECT_NE(ReadFile(file + ".xml").find("name=\"Стратиграфия\""), std::string::npos) << file;
     EXPECT_FALSE(withStrat.empty());
-}
-
-TEST_F(NavigationTest, TableCurveAndPlansheetListsMatchTheFilesData) {
-    const DiskFile& file = west.front();
-    const std::string ws = ReadFile(file.path);
-    std::uint32_t sampled = 0, samples = 0;
-    std::memcpy(&sampled, ws.data() + 8, 4);
-    std::memcpy(&samples, ws.data() + 12, 4);
-    const Fill files = ItemList("FileNames", {file.path});
-
-    const detail::Answer curves = Call(*client, "get_curves_list", [&](pugi::xml_node c) {
-        files(c);
-        for (const char* flag :
-             {"IncludeTableName", "IncludeCount", "IncludeFileName", "IncludeUnit"})
-            c.append_attribute(flag) = "true";
-    });
-    std::uint32_t sampledCurves = 0;
-    for (pugi::xml_node item : curves.answer.child("Result").children("Item")) {
-        EXPECT_EQ(std::string(item.attribute("FileName").value()), file.path);
-        if (std::string(item.attribute("Table").value()) != "ГИС") continue;
-        ++sampledCurves;
-        EXPECT_EQ(item.attribute("Count").as_uint(), samples) << item.attribute("Curve").value();
-    }
-    EXPECT_EQ(sampledCurves, sampled) << "the sampled curves are the body's curves";
-
-    const detail::Answer tables = Call(*client, "get_tables_list", files);
-    EXPECT_EQ(std::string(tables.answer.child("Result").child("Item").text().get()), "ГИС");
-    const detail::Answer plansheets = Call(*client, "get_plansheets_list", files);
-    Names names;
-    for (pugi::xml_node item : plansheets.answer.child("Result").children("Item"))
-        names.push_back(item.text().get());
-    EXPECT_EQ(names, (Names{"Основной", "Корреляция"}));
-    EXPECT_EQ(
-        ErrorCode(*client, "get_tables_list", ItemList("FileNames", {westPath + "missing.ws"})),
-        ecFileNotFound);
 }
 
 }  // namespace

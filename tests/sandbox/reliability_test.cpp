@@ -1,5 +1,5 @@
 // Broken packets, caps, stalled clients and the connection limit: each affects only its own
-// connection.
+// connection. And the fault switches, which break answers on purpose.
 
 #include <mutex>
 #include <thread>
@@ -184,6 +184,32 @@ TEST_F(ReliabilityTest, StopEndsEveryConnection) {
     EXPECT_EQ(server->OpenConnections(), 0u);
     EXPECT_TRUE(halfSent.ClosedByServer(1s));
     EXPECT_THROW(Call(*client, "get_db_list"), ESocketError);
+}
+
+// A switch breaks only the command it names, as many times as it says; the client's own
+// handling of each fault is the exchange's tests' subject.
+TEST_F(ReliabilityTest, FaultSwitchesBreakTheNamedCommandsAnswers) {
+    auto client = Connect();
+    const std::uint64_t before = server->AcceptedConnections();
+    sandbox::FaultSwitches faults;
+    faults.command = "get_db_list";
+    faults.times = 1;
+    faults.malformedAnswer = true;
+    server->SetFaults(faults);
+    EXPECT_THROW(Call(*client, "get_db_list"), EXmlError);
+    EXPECT_EQ(DbId(*client, kNorthSea), 2);
+    faults.malformedAnswer = false;
+    faults.dropAfterAnswerBytes = 100;  // recovered by reconnecting and logging in again
+    server->SetFaults(faults);
+    EXPECT_EQ(DbId(*client, kNorthSea), 2);
+    EXPECT_EQ(server->AcceptedConnections(), before + 1);
+    faults.dropAfterAnswerBytes = -1;
+    faults.times = -1;
+    faults.answerDelay = 3s;
+    server->SetFaults(faults);
+    client->SetReadTimeout(200ms);
+    EXPECT_THROW(Call(*client, "get_db_list"), ETimeoutError);
+    EXPECT_NO_THROW(Call(*client, "get_db_struct", Attrs({{"db_id", "2"}})));
 }
 
 }  // namespace

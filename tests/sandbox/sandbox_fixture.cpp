@@ -8,23 +8,11 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include "ostradb/util/exceptions.hpp"
 #include "protocol/wire.hpp"
 
 namespace ostradb::test {
-
-std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-void WriteFile(const fs::path& path, const std::string& bytes) {
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << bytes;
-}
 
 std::map<std::string, std::string> Snapshot(const fs::path& root) {
     std::map<std::string, std::string> files;
@@ -36,18 +24,6 @@ std::map<std::string, std::string> Snapshot(const fs::path& root) {
                           : "dir";
     }
     return files;
-}
-
-std::string BinaryBytes(std::size_t size, std::uint32_t seed) {
-    std::string bytes(size, '\0');
-    std::uint32_t x = seed | 1;
-    for (std::size_t i = 0; i < size; ++i) {
-        x ^= x << 13;
-        x ^= x >> 17;
-        x ^= x << 5;
-        bytes[i] = static_cast<char>(i < 256 ? i : x & 0xFF);
-    }
-    return bytes;
 }
 
 Fill Attrs(std::vector<std::pair<std::string, std::string>> attrs) {
@@ -125,20 +101,6 @@ bool RawClient::ClosedByServer(std::chrono::milliseconds timeout) {
 }
 
 // ---- SandboxTest ------------------------------------------------------------------------
-
-SandboxTest::SandboxTest() {
-    std::string pattern = (fs::temp_directory_path() / "ostradb-sandbox-test-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw Error("mkdtemp failed");
-    dir = pattern;
-    dataDir = dir / "data";
-    StartServer();
-}
-
-SandboxTest::~SandboxTest() {
-    server.reset();
-    std::error_code ec;
-    fs::remove_all(dir, ec);
-}
 
 void SandboxTest::StartServer(const std::function<void(sandbox::SandboxOptions&)>& adjust) {
     server.reset();

@@ -19,6 +19,7 @@
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb_sandbox/sandbox_server.hpp"
 #include "protocol/command.hpp"
+#include "support/files.hpp"
 
 namespace ostradb::test {
 
@@ -28,13 +29,8 @@ using namespace std::chrono_literals;
 inline constexpr const char* kWestSiberia = "Западная Сибирь";
 inline constexpr const char* kNorthSea = "North Sea Demo";
 
-std::string ReadFile(const fs::path& path);
-void WriteFile(const fs::path& path, const std::string& bytes);
 // Every file below dir (relative name → size and content hash), to prove nothing changed.
 std::map<std::string, std::string> Snapshot(const fs::path& dir);
-// Bytes 0..255 and then a pseudo-random tail: every byte value, no text.
-std::string BinaryBytes(std::size_t size, std::uint32_t seed);
-
 // What a test adds to a request's command element.
 using Fill = std::function<void(pugi::xml_node)>;
 // Sets these attributes on the command.
@@ -67,8 +63,7 @@ private:
 
 class SandboxTest : public ::testing::Test {
 protected:
-    SandboxTest();
-    ~SandboxTest() override;
+    SandboxTest() { StartServer(); }
 
     // Starts the server (again) with options; called by the constructor with the defaults.
     void StartServer(const std::function<void(sandbox::SandboxOptions&)>& adjust = {});
@@ -96,8 +91,8 @@ protected:
     std::string GetContents(TOstraDbProtocol& client, const std::string& name);
     void PutContents(TOstraDbProtocol& client, const std::string& name, const std::string& bytes);
 
-    fs::path dir;      // the temporary directory of the test
-    fs::path dataDir;  // the server's data directory inside it
+    const TempDir dir{"ostradb-sandbox-test"};
+    const fs::path dataDir = dir / "data";  // the server's data
     std::unique_ptr<sandbox::SandboxServer> server;
 };
 

@@ -61,7 +61,10 @@ TEST_F(SessionTest, ALoginValueServesOneAttemptOnly) {
     EXPECT_EQ(login(), ecWrongPassword) << "the same digest again is a replay";
 }
 
-TEST_F(SessionTest, ANewConnectionAsksForALoginAndTheClientLogsInByItself) {
+// A new connection, or a session that expired on the same connection, answers 27; the client
+// logs in again by itself.
+TEST_F(SessionTest, TheServerAsksForALoginAndTheClientLogsInByItself) {
+    StartServer([](sandbox::SandboxOptions& o) { o.sessionTimeout = 500ms; });
     RawClient raw(server->Port());
     raw.Send("<packet><command cmd=\"get_db_list\"/></packet>\r\n");
     EXPECT_NE(raw.ReadPacket().find("code=\"27\""), std::string::npos);
@@ -69,25 +72,16 @@ TEST_F(SessionTest, ANewConnectionAsksForALoginAndTheClientLogsInByItself) {
     auto client = Connect();
     client->Disconnect();
     EXPECT_EQ(DbId(*client, kNorthSea), 2);
-    EXPECT_EQ(LogEntries(*client, "admin", 0), 2);
-}
-
-TEST_F(SessionTest, AnExpiredSessionAsksForALoginOnTheSameConnection) {
-    StartServer([](sandbox::SandboxOptions& o) { o.sessionTimeout = 200ms; });
-    auto client = Connect();
     const std::uint64_t connections = server->AcceptedConnections();
-    std::this_thread::sleep_for(300ms);
+    std::this_thread::sleep_for(600ms);
     EXPECT_EQ(DbId(*client, kNorthSea), 2);
     EXPECT_EQ(server->AcceptedConnections(), connections);
-    EXPECT_EQ(LogEntries(*client, "admin", 0), 2);
+    EXPECT_EQ(LogEntries(*client, "admin", 0), 3);
 }
 
 TEST_F(SessionTest, RightsFollowTheGroupsAndAViewerIsRefusedEveryChange) {
     auto admin = Connect();
     EXPECT_EQ(admin->GetUserRights().Mask(), 0x7Fu);
-    TServerVersion version;
-    admin->GetServerVersion(version);
-    EXPECT_NE(version.ToString(), "0.0.0.0") << "the server refused get_server_version";
     const std::string path = DbPath(*admin, kWestSiberia);
     const std::string existing = path + "Северное/12/ГИС 2019/12_gis_2019.ws";
     const std::string fresh = path + "Северное/12/ГИС 2019/new.ws";

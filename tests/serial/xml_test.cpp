@@ -4,6 +4,7 @@
 
 #include "ostradb/serial/xml.hpp"
 #include "ostradb/util/exceptions.hpp"
+#include "support/render.hpp"
 
 namespace ostradb {
 namespace {
@@ -13,20 +14,18 @@ TEST(XmlAccess, MissingChildrenAreCreatedAndMissingAttributesReadEmpty) {
     xml::Parse(doc, "<packet><answer a=\"1\"/></packet>");
     pugi::xml_node root = doc.document_element();
     pugi::xml_node error = xml::Child(root, "error");
-    EXPECT_TRUE(error);
-    EXPECT_EQ(xml::Child(root, "error"), error);  // created once
-    EXPECT_EQ(xml::Attr(error, "code"), "");
-    EXPECT_FALSE(xml::HasAttr(error, "code"));
-    EXPECT_EQ(xml::AttrInt(xml::Child(root, "answer"), "a"), 1);
+    // Created once.
+    EXPECT_EQ(test::Row(bool(error), xml::Child(root, "error") == error, xml::Attr(error, "code"),
+                        xml::HasAttr(error, "code"), xml::AttrInt(xml::Child(root, "answer"), "a")),
+              "1|1||0|1|");
 }
 
 TEST(XmlAccess, RequiredValuesNameTheAttributeWhenTheyFail) {
     pugi::xml_document doc;
     xml::Parse(doc, "<answer percent=\"37,5\" count=\"x\" ok=\"TRUE\" no=\"0\" big=\"-1\"/>");
     pugi::xml_node a = doc.document_element();
-    EXPECT_TRUE(xml::AttrBool(a, "ok"));
-    EXPECT_FALSE(xml::AttrBool(a, "no"));
-    EXPECT_EQ(xml::AttrInt64(a, "big"), -1);
+    EXPECT_EQ(test::Row(xml::AttrBool(a, "ok"), xml::AttrBool(a, "no"), xml::AttrInt64(a, "big")),
+              "1|0|-1|");
     try {
         xml::AttrInt(a, "db_id");
         FAIL();

@@ -313,6 +313,19 @@ void ScriptedServer::WriteAll(std::string_view bytes) {
     }
 }
 
+std::uint16_t ClosedPort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof addr;
+    const bool bound = ::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
+                       ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) == 0;
+    ::close(fd);
+    if (!bound) throw std::runtime_error("no free port");
+    return ntohs(addr.sin_port);
+}
+
 std::string WirePacket(std::string_view xml) {
     std::string bytes = wire::EncodeText(xml);
     if (bytes.ends_with("</packet>")) bytes += "\r\n";

@@ -141,6 +141,9 @@ private:
     std::thread thread_;
 };
 
+// A loopback port that was free a moment ago: nothing listens there.
+std::uint16_t ClosedPort();
+
 // ---- Packet builders (UTF-8 text for Reply) -------------------------------------------
 
 // What Reply sends for xml: its Windows-1251 bytes, with CR LF added after a final

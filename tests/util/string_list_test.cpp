@@ -5,6 +5,7 @@
 
 #include "ostradb/util/collection.hpp"
 #include "ostradb/util/string_list.hpp"
+#include "support/render.hpp"
 
 namespace ostradb {
 namespace {
@@ -47,20 +48,14 @@ TEST(StringList, TextUsesCrLfAndReadsAnyLineBreak) {
 
 TEST(StringList, NamesAndValuesIgnoreCaseAndTakeTheFirstMatch) {
     TStringList l{"Поле=Первое", "noequals", "поле=второе", "k=v=w"};
-    EXPECT_EQ(l.Values("ПОЛЕ"), "Первое");
-    EXPECT_EQ(l.IndexOfName("пОлЕ"), 0);
-    EXPECT_EQ(l.Names(1), "");
-    EXPECT_EQ(l.ValueFromIndex(3), "v=w");
-    EXPECT_EQ(l.Values("missing"), "");
+    EXPECT_EQ(test::Row(l.Values("ПОЛЕ"), l.IndexOfName("пОлЕ"), l.Names(1), l.ValueFromIndex(3),
+                        l.Values("missing")),
+              "Первое|0||v=w||");
     l.SetValue("k", "z");
-    EXPECT_EQ(l[3], "k=z");
-    l.SetValue("поле", "");
-    EXPECT_EQ(l.Count(), 3);
-    EXPECT_EQ(l.Values("поле"), "второе");
+    l.SetValue("поле", "");  // deletes the first match
     l.SetValue("new", "1");
-    EXPECT_EQ(l[3], "new=1");
-    EXPECT_EQ(l.IndexOf("NOEQUALS"), 0);
-    EXPECT_EQ(l.IndexOf("Ё"), -1);
+    EXPECT_EQ(test::Joined(l), "noequals|поле=второе|k=z|new=1|");
+    EXPECT_EQ(test::Row(l.IndexOf("NOEQUALS"), l.IndexOf("Ё")), "0|-1|");
 }
 
 TEST(StringList, IndexesOutsideTheListRaise) {
@@ -90,10 +85,7 @@ TEST(Collection, AssignCopiesDeeplyAndIndexesAreChecked) {
     ASSERT_EQ(b.Count(), 2);
     *b[1].owned = 6;
     b[0].name = "changed";
-    EXPECT_EQ(*a[1].owned, 5);
-    EXPECT_EQ(a[0].name, "x");
-    EXPECT_EQ(a.IndexOf(&b[0]), -1);
-    EXPECT_EQ(b.IndexOf(&b[1]), 1);
+    EXPECT_EQ(test::Row(*a[1].owned, a[0].name, a.IndexOf(&b[0]), b.IndexOf(&b[1])), "5|x|-1|1|");
     EXPECT_THROW(a[2], EListError);
     EXPECT_THROW(a.Delete(-1), EListError);
     auto taken = b.Extract(0);
