@@ -40,18 +40,21 @@ void RunRm(Context& ctx, const std::vector<std::string>& files) {
     ostradb::Client& client = ctx.Client();
     ctx.Doing(files.size() == 1 ? "deleting \"" + files.front() + "\"" : "deleting files");
     const std::vector<FileResult> results = client.remove(files);
-    if (ctx.Json()) {
-        Json items = Json::array();
-        for (const FileResult& r : results)
-            items.push_back(
-                {{"file", r.file}, {"ok", r.ok}, {"code", r.code}, {"message", r.message}});
-        PrintJson(Json{{"results", std::move(items)}});
-    } else {
-        Table table({"file", "result"});
-        for (const FileResult& r : results)
-            table.AddRow({r.file, r.message});
-        table.Print();
-    }
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json items = Json::array();
+            for (const FileResult& r : results)
+                items.push_back(
+                    {{"file", r.file}, {"ok", r.ok}, {"code", r.code}, {"message", r.message}});
+            return Json{{"results", std::move(items)}};
+        },
+        [&] {
+            Table table({"file", "result"});
+            for (const FileResult& r : results)
+                table.AddRow({r.file, r.message});
+            return table;
+        });
     for (const FileResult& r : results)
         if (!r.ok) throw CliError("some files were not deleted");
 }

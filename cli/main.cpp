@@ -44,7 +44,29 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->check(CLI::NonNegativeNumber)
         ->type_name("SECONDS")
         ->group("Connection");
-    app.add_flag("--json", options.json, "print one JSON document instead of tables")
+    std::vector<std::string> formats;
+    for (const auto& [name, format] : FormatsByName())
+        formats.push_back(name);
+    CLI::Option* format =
+        app.add_option_function<std::string>(
+               "--format",
+               [&options](const std::string& name) {
+                   for (const auto& [known, format] : FormatsByName())
+                       if (known == name) options.output.format = format;
+               },
+               "how listings are printed: table (aligned, for people), csv, tsv or json (one "
+               "document); other commands print their usual line, or JSON")
+            ->check(CLI::IsMember(formats))
+            ->type_name("FORMAT")
+            ->group("Output");
+    app.add_flag_callback(
+           "--json", [&options] { options.output.format = Format::json; },
+           "the same as --format json")
+        ->excludes(format)
+        ->group("Output");
+    app.add_flag_callback(
+           "--no-header", [&options] { options.output.header = false; },
+           "leave out the header row of tables, CSV and TSV")
         ->group("Output");
     app.add_flag("--trace", options.trace,
                  "print every packet sent (>) and received (<) on standard error; the password "
@@ -102,8 +124,8 @@ int Run(int argc, char** argv) {
         std::string message = e.what();
         // A wrong value of a connection or output option is the program's usage, not the
         // subcommand's.
-        const std::size_t colon = message.find(':');
-        if (colon != std::string::npos && app.get_option_no_throw(message.substr(0, colon)))
+        const std::size_t end = message.find_first_of(": ");
+        if (end != std::string::npos && app.get_option_no_throw(message.substr(0, end)))
             where = &app;
         // An unknown word where a subcommand belongs is left over, not a missing subcommand.
         if (where == &app && !app.remaining().empty())

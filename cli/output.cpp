@@ -9,8 +9,60 @@
 
 namespace ostradb::cli {
 
-Table::Table(std::vector<std::string> headers)
-    : headers_(std::move(headers)), right_(headers_.size(), false) {}
+namespace {
+
+void AppendCsvField(std::string& line, const std::string& value) {
+    if (value.find_first_of(",\"\r\n") == std::string::npos) {
+        line += value;
+        return;
+    }
+    line += '"';
+    for (const char c : value) {
+        if (c == '"') line += '"';
+        line += c;
+    }
+    line += '"';
+}
+
+void AppendTsvField(std::string& line, const std::string& value) {
+    for (const char c : value) {
+        switch (c) {
+            case '\\':
+                line += "\\\\";
+                break;
+            case '\t':
+                line += "\\t";
+                break;
+            case '\n':
+                line += "\\n";
+                break;
+            case '\r':
+                line += "\\r";
+                break;
+            default:
+                line += c;
+        }
+    }
+}
+
+std::string UpperAscii(std::string text) {
+    for (char& c : text)
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    return text;
+}
+
+}  // namespace
+
+const std::vector<std::pair<std::string, Format>>& FormatsByName() {
+    static const std::vector<std::pair<std::string, Format>> formats = {{"table", Format::table},
+                                                                        {"csv", Format::csv},
+                                                                        {"tsv", Format::tsv},
+                                                                        {"json", Format::json}};
+    return formats;
+}
+
+Table::Table(std::vector<std::string> headers, std::string empty)
+    : headers_(std::move(headers)), empty_(std::move(empty)), right_(headers_.size(), false) {}
 
 Table& Table::AlignRight(std::size_t column) {
     right_.at(column) = true;
@@ -22,51 +74,65 @@ void Table::AddRow(std::vector<std::string> cells) {
     rows_.push_back(std::move(cells));
 }
 
-std::string Table::Render() const {
+void Table::Write(std::ostream& out, const OutputOptions& options) const {
+    std::string line;
+    if (options.format == Format::csv || options.format == Format::tsv) {
+        const bool csv = options.format == Format::csv;
+        auto write = [&](const std::vector<std::string>& cells) {
+            line.clear();
+            for (std::size_t i = 0; i < cells.size(); ++i) {
+                if (i > 0) line += csv ? ',' : '\t';
+                csv ? AppendCsvField(line, cells[i]) : AppendTsvField(line, cells[i]);
+            }
+            line += '\n';
+            out << line;
+        };
+        if (options.header) write(headers_);
+        for (const auto& row : rows_)
+            write(row);
+        return;
+    }
+
+    if (rows_.empty() && !empty_.empty()) {
+        if (options.header) out << empty_ << '\n';
+        return;
+    }
+    std::vector<std::string> header;
+    if (options.header)
+        std::transform(headers_.begin(), headers_.end(), std::back_inserter(header), UpperAscii);
     std::vector<std::size_t> widths(headers_.size(), 0);
     auto measure = [&](const std::vector<std::string>& cells) {
         for (std::size_t i = 0; i < cells.size(); ++i)
             widths[i] = std::max(widths[i], DisplayWidth(cells[i]));
     };
-    measure(headers_);
+    measure(header);
     for (const auto& row : rows_)
         measure(row);
-
-    std::string out;
-    auto line = [&](const std::vector<std::string>& cells) {
-        std::string text;
+    auto write = [&](const std::vector<std::string>& cells) {
+        line.clear();
         for (std::size_t i = 0; i < cells.size(); ++i) {
             const std::size_t pad = widths[i] - DisplayWidth(cells[i]);
-            const bool last = i + 1 == cells.size();
-            if (i > 0) text += "  ";
-            if (right_[i]) text.append(pad, ' ');
-            text += cells[i];
-            if (!right_[i] && !last) text.append(pad, ' ');
+            if (i > 0) line += "  ";
+            if (right_[i]) line.append(pad, ' ');
+            line += cells[i];
+            if (!right_[i] && i + 1 < cells.size()) line.append(pad, ' ');
         }
-        while (!text.empty() && text.back() == ' ')
-            text.pop_back();
-        out += text;
-        out += '\n';
+        while (!line.empty() && line.back() == ' ')
+            line.pop_back();
+        line += '\n';
+        out << line;
     };
-    std::vector<std::string> header;
-    for (const std::string& h : headers_) {
-        std::string upper = h;
-        for (char& c : upper)
-            if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-        header.push_back(upper);
-    }
-    line(header);
+    if (options.header) write(header);
     for (const auto& row : rows_)
-        line(row);
-    return out;
+        write(row);
 }
 
-void Table::Print(const std::string& empty) const {
-    if (rows_.empty() && !empty.empty()) {
-        std::cout << empty << '\n';
-        return;
-    }
-    std::cout << Render();
+void PrintListing(const OutputOptions& options, const std::function<Json()>& json,
+                  const std::function<Table()>& table) {
+    if (options.format == Format::json)
+        PrintJson(json());
+    else
+        table().Write(std::cout, options);
 }
 
 void PrintJson(const Json& document) {

@@ -44,6 +44,12 @@ TEST_F(FailuresTest, UsageErrorsExitTwoAndShowTheUsage) {
          "Usage: ostradb [OPTIONS] SUBCOMMAND"},
         {{"version", "--bogus"}, "--bogus", "Usage: ostradb version [OPTIONS]"},
         {{"users", "add"}, "LOGIN is required", "Usage: ostradb users add [OPTIONS] LOGIN"},
+        {{"options", "--format", "xml"},
+         "--format: xml not in {table,csv,tsv,json}",
+         "Usage: ostradb [OPTIONS] SUBCOMMAND"},
+        {{"--json", "options", "--format", "csv"},
+         "--format excludes --json",
+         "Usage: ostradb [OPTIONS] SUBCOMMAND"},
     };
     for (const auto& c : cases) {
         const CliResult result = Run(c.args);
