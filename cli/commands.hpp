@@ -54,4 +54,7 @@ void RunUsersList(Context& ctx);
 // demo (demo_command.cpp)
 void AddDemoCommand(CLI::App& app, Context& ctx);
 
+// completion, and the hidden command it asks for database names (completion.cpp)
+void AddCompletionCommands(CLI::App& app, Context& ctx);
+
 }  // namespace ostradb::cli

@@ -39,6 +39,8 @@ public:
     std::optional<ConnectOptions> fixedConnection;
     // Print a transfer's summary line even when standard error is not a terminal.
     bool progressSummary = false;
+    // Neither ask for a password nor warn about the settings (shell completion).
+    bool quiet = false;
 
     // The connected, logged-in client; connected on the first call.
     ostradb::Client& Client();

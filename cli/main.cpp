@@ -112,6 +112,7 @@ int Run(int argc, char** argv) {
     AddWellCommands(app, ctx);
     AddAdminCommands(app, ctx);
     AddDemoCommand(app, ctx);
+    AddCompletionCommands(app, ctx);
 
     try {
         app.parse(argc, argv);

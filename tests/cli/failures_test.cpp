@@ -50,6 +50,7 @@ TEST_F(FailuresTest, UsageErrorsExitTwoAndShowTheUsage) {
         {{"--json", "options", "--format", "csv"},
          "--format excludes --json",
          "Usage: ostradb [OPTIONS] SUBCOMMAND"},
+        {{"completion", "fish"}, "SHELL: fish not in {bash,zsh}", "Usage: ostradb completion"},
     };
     for (const auto& c : cases) {
         const CliResult result = Run(c.args);
@@ -74,11 +75,12 @@ TEST_F(FailuresTest, UsageErrorsExitTwoAndShowTheUsage) {
 
     const CliResult help = Run({"--help"});
     EXPECT_EQ(help.status, 0);
-    for (const char* command :
-         {"version",    "raw",     "databases", "structure", "levels", "files",  "get",
-          "put",        "exists",  "rm",        "mv",        "search", "tables", "curves",
-          "plansheets", "options", "option",    "users",     "log",    "stat",   "demo"})
+    for (const char* command : {"version", "raw",    "databases",  "structure", "levels", "files",
+                                "get",     "put",    "exists",     "rm",        "mv",     "search",
+                                "tables",  "curves", "plansheets", "options",   "option", "users",
+                                "log",     "stat",   "demo",       "completion"})
         EXPECT_NE(help.out.find("\n  " + std::string(command) + " "), std::string::npos) << command;
+    EXPECT_EQ(help.out.find("__complete"), std::string::npos);
 }
 
 // A request the server refuses: status 1 and one line naming the step, the server's code

@@ -1,5 +1,10 @@
 // What scripts and shells get: every listing in CSV, TSV, the table and JSON with the same
-// columns.
+// columns, and bash completion against the sandbox.
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -56,7 +61,28 @@ std::vector<Row> SplitTsv(const std::string& text) {
     return rows;
 }
 
-class ShellTest : public CliTest {};
+class ShellTest : public CliTest {
+protected:
+    // The candidates bash offers for the last of words, from the script the client prints.
+    std::vector<std::string> Complete(const std::vector<std::string>& words,
+                                      const Environment& env) const {
+        std::vector<std::string> argv = {"/bin/bash", "-c", R"(
+            source <("$0" completion bash) || exit 9
+            COMP_WORDS=("$0" "$@")
+            COMP_CWORD=$#
+            _ostradb || exit 8
+            ((${#COMPREPLY[@]})) && printf '%s\n' "${COMPREPLY[@]}"
+            exit 0)",
+                                         OSTRADB_CLI_PATH};
+        argv.insert(argv.end(), words.begin(), words.end());
+        const CliResult result = RunProgram(argv, env);
+        EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.err, "");
+        std::vector<std::string> candidates = Lines(result.out);
+        std::sort(candidates.begin(), candidates.end());
+        return candidates;
+    }
+};
 
 TEST_F(ShellTest, ListingsPrintTheSameColumnsInEveryFormat) {
     const std::string note = "Скв. 12, \"новая\"\tслой\nвторая";
@@ -133,6 +159,50 @@ TEST_F(ShellTest, ListingsPrintTheSameColumnsInEveryFormat) {
     const CliResult quality = Run({"stat", "2", "--group", "well", "--quality", "--format", "csv"});
     EXPECT_EQ(quality.status, 2);
     EXPECT_NE(quality.err.find("--quality"), std::string::npos) << quality.err;
+}
+
+TEST_F(ShellTest, BashCompletesSubcommandsOptionsAndDatabaseNames) {
+    // A server that accepts connections and never answers.
+    const int silent = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::bind(silent, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
+    ASSERT_EQ(::listen(silent, 8), 0);
+    socklen_t length = sizeof addr;
+    ::getsockname(silent, reinterpret_cast<sockaddr*>(&addr), &length);
+    Environment silentServer = Env();
+    silentServer["OSTRADB_PORT"] = std::to_string(ntohs(addr.sin_port));
+    Environment noServer = Env();
+    noServer["OSTRADB_PORT"] = "1";
+
+    const std::vector<std::string> databases = {"North\\ Sea\\ Demo", "Западная\\ Сибирь"};
+    const std::string port = std::to_string(server->Port());
+    const struct {
+        std::vector<std::string> words;
+        Environment env;
+        std::vector<std::string> candidates;
+    } cases[] = {
+        {{"fi"}, Env(), {"files"}},
+        {{"users", ""}, Env(), {"add", "check", "set-groups"}},
+        {{"files", "--f"}, Env(), {"--filter", "--format"}},
+        {{"databases", "-s"}, Env(), {"-s"}},
+        {{"--format", ""}, Env(), {"csv", "json", "table", "tsv"}},
+        {{"files", "--format", "=", "t"}, Env(), {"table", "tsv"}},
+        {{"completion", ""}, Env(), {"bash", "zsh"}},
+        // The first argument of a database's commands, with the names from the server.
+        {{"files", ""}, Env(), databases},
+        {{"search", "North\\ S"}, Env(), {databases[0]}},
+        {{"files", "2", ""}, Env(), {}},
+        // The connection the command line names; no server, or a silent one: no names.
+        {{"-p", port, "structure", ""}, noServer, databases},
+        {{"--port=" + port, "levels", ""}, noServer, databases},
+        {{"structure", ""}, noServer, {}},
+        {{"structure", ""}, silentServer, {}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(Complete(c.words, c.env), c.candidates) << ::testing::PrintToString(c.words);
+    ::close(silent);
 }
 
 }  // namespace
