@@ -16,6 +16,7 @@ using namespace ostradb::cli;
 void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     // -h names the host, as in other database shells; help is --help alone.
     app.set_help_flag("--help", "Print this help and exit");
+    app.set_version_flag("--version", "ostradb " OSTRADB_VERSION, "Print the version and exit");
     app.add_option("-h,--host", options.connection.host,
                    "server host (default: $OSTRADB_HOST, then the -s connection's, then the stored "
                    "settings, then localhost)")
@@ -87,10 +88,8 @@ CLI::App* Selected(CLI::App& app) {
 // The help of a command with the whole command line in its usage ("ostradb users add"). The
 // formatter is called directly: App::help would show the selected subcommand's help instead.
 std::string HelpOf(const CLI::App& command) {
-    std::string line = command.get_name();
-    for (const CLI::App* p = command.get_parent(); p; p = p->get_parent())
-        line = p->get_name() + " " + line;
-    return command.get_formatter()->make_help(&command, line, CLI::AppFormatMode::Normal);
+    return command.get_formatter()->make_help(&command, CommandLineOf(command),
+                                              CLI::AppFormatMode::Normal);
 }
 
 int Run(int argc, char** argv) {
@@ -113,12 +112,23 @@ int Run(int argc, char** argv) {
     AddAdminCommands(app, ctx);
     AddDemoCommand(app, ctx);
     AddCompletionCommands(app, ctx);
+    // What the build gives help2man to make the manual page of.
+    app.add_flag_callback("--help-man",
+                          [&app] {
+                              std::cout << ManualText(app);
+                              throw CLI::Success();
+                          })
+        ->group("");
 
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {
         return app.exit(e);
     } catch (const CLI::CallForAllHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return app.exit(e);
+    } catch (const CLI::Success& e) {
         return app.exit(e);
     } catch (const CLI::ParseError& e) {
         CLI::App* where = Selected(app);

@@ -1,5 +1,5 @@
 // What scripts and shells get: every listing in CSV, TSV, the table and JSON with the same
-// columns, and bash completion against the sandbox.
+// columns, bash completion against the sandbox, and --version.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -203,6 +203,12 @@ TEST_F(ShellTest, BashCompletesSubcommandsOptionsAndDatabaseNames) {
     for (const auto& c : cases)
         EXPECT_EQ(Complete(c.words, c.env), c.candidates) << ::testing::PrintToString(c.words);
     ::close(silent);
+}
+
+TEST_F(ShellTest, VersionFlag) {
+    const CliResult result = RunCli({"--version"}, {});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "ostradb " OSTRADB_VERSION_TEXT "\n");
 }
 
 }  // namespace

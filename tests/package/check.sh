@@ -32,4 +32,13 @@ if [ -x "$sandbox" ]; then
   LD_LIBRARY_PATH="$work/prefix/lib" "$work/consumer/tour" 127.0.0.1 "$port" >"$work/tour.txt"
   grep -q 'removed the copy; still logged in as admin$' "$work/tour.txt"
 fi
+# The manual page (when help2man made one) and the completion scripts are installed with the
+# client.
+if [ -f "$build_dir/cli/ostradb.1" ]; then
+  grep -q '^\.SH SUBCOMMANDS' "$work/prefix/share/man/man1/ostradb.1"
+fi
+if [ -x "$build_dir/cli/ostradb" ]; then
+  grep -q '^complete -F _ostradb ostradb$' "$work/prefix/share/bash-completion/completions/ostradb"
+  grep -q '^#compdef ostradb$' "$work/prefix/share/zsh/vendor-completions/_ostradb"
+fi
 echo "package ok"
