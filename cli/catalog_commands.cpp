@@ -124,7 +124,7 @@ void RunFiles(Context& ctx, const FilesArgs& args) {
     ostradb::Client& client = ctx.Client();
     ctx.Doing("listing the files of \"" + args.database + "\" under " + PathText(args.path));
     const Database db = client.find_database(args.database);
-    const std::vector<File> files = client.files(db, args.path, {args.filters, args.mask});
+    std::vector<File> files = client.files(db, args.path, {args.filters, args.mask});
     PrintListing(
         ctx.Output(),
         [&] {
@@ -144,12 +144,13 @@ void RunFiles(Context& ctx, const FilesArgs& args) {
             const std::size_t levels = headers.size();
             headers.emplace_back("file");
             Table table(std::move(headers), "(no files)");
-            for (const File& file : files) {
-                std::vector<std::string> row(levels);
+            // The files are not needed afterwards: a long listing is not held twice.
+            table.Reserve(files.size());
+            for (File& file : files) {
+                const std::span<std::string> row = table.NewRow();
                 for (std::size_t i = 0; i < file.path.size() && i < levels; ++i)
-                    row[i] = file.path[i];
-                row.push_back(file.full_name);
-                table.AddRow(std::move(row));
+                    row[i] = std::move(file.path[i]);
+                row[levels] = std::move(file.full_name);
             }
             return table;
         });

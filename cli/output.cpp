@@ -71,60 +71,75 @@ Table& Table::AlignRight(std::size_t column) {
 
 void Table::AddRow(std::vector<std::string> cells) {
     cells.resize(headers_.size());
-    rows_.push_back(std::move(cells));
+    std::move(cells.begin(), cells.end(), NewRow().begin());
+}
+
+std::span<std::string> Table::NewRow() {
+    cells_.resize(cells_.size() + headers_.size());
+    return {cells_.end() - static_cast<std::ptrdiff_t>(headers_.size()), cells_.end()};
 }
 
 void Table::Write(std::ostream& out, const OutputOptions& options) const {
-    std::string line;
+    const std::size_t columns = headers_.size();
+    // Lines are gathered and written in large pieces: a listing may have a million rows.
+    std::string buffer;
+    auto endLine = [&] {
+        buffer += '\n';
+        if (buffer.size() >= (std::size_t{1} << 16)) {
+            out.write(buffer.data(), static_cast<std::streamsize>(buffer.size()));
+            buffer.clear();
+        }
+    };
+    auto finish = [&] { out.write(buffer.data(), static_cast<std::streamsize>(buffer.size())); };
+
     if (options.format == Format::csv || options.format == Format::tsv) {
         const bool csv = options.format == Format::csv;
-        auto write = [&](const std::vector<std::string>& cells) {
-            line.clear();
-            for (std::size_t i = 0; i < cells.size(); ++i) {
-                if (i > 0) line += csv ? ',' : '\t';
-                csv ? AppendCsvField(line, cells[i]) : AppendTsvField(line, cells[i]);
+        auto write = [&](const std::string* cells) {
+            for (std::size_t i = 0; i < columns; ++i) {
+                if (i > 0) buffer += csv ? ',' : '\t';
+                csv ? AppendCsvField(buffer, cells[i]) : AppendTsvField(buffer, cells[i]);
             }
-            line += '\n';
-            out << line;
+            endLine();
         };
-        if (options.header) write(headers_);
-        for (const auto& row : rows_)
-            write(row);
+        if (options.header) write(headers_.data());
+        for (std::size_t at = 0; at < cells_.size(); at += columns)
+            write(&cells_[at]);
+        finish();
         return;
     }
 
-    if (rows_.empty() && !empty_.empty()) {
+    if (cells_.empty() && !empty_.empty()) {
         if (options.header) out << empty_ << '\n';
         return;
     }
     std::vector<std::string> header;
     if (options.header)
         std::transform(headers_.begin(), headers_.end(), std::back_inserter(header), UpperAscii);
-    std::vector<std::size_t> widths(headers_.size(), 0);
-    auto measure = [&](const std::vector<std::string>& cells) {
-        for (std::size_t i = 0; i < cells.size(); ++i)
-            widths[i] = std::max(widths[i], DisplayWidth(cells[i]));
-    };
-    measure(header);
-    for (const auto& row : rows_)
-        measure(row);
-    auto write = [&](const std::vector<std::string>& cells) {
-        line.clear();
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            const std::size_t pad = widths[i] - DisplayWidth(cells[i]);
-            if (i > 0) line += "  ";
-            if (right_[i]) line.append(pad, ' ');
-            line += cells[i];
-            if (!right_[i] && i + 1 < cells.size()) line.append(pad, ' ');
+    std::vector<std::size_t> cellWidths(cells_.size());
+    std::vector<std::size_t> widths(columns, 0);
+    for (std::size_t i = 0; i < header.size(); ++i)
+        widths[i] = DisplayWidth(header[i]);
+    for (std::size_t at = 0; at < cells_.size(); ++at) {
+        cellWidths[at] = DisplayWidth(cells_[at]);
+        widths[at % columns] = std::max(widths[at % columns], cellWidths[at]);
+    }
+    auto write = [&](const std::string* cells, auto widthOf) {
+        for (std::size_t i = 0; i < columns; ++i) {
+            const std::size_t pad = widths[i] - widthOf(i);
+            if (i > 0) buffer += "  ";
+            if (right_[i]) buffer.append(pad, ' ');
+            buffer += cells[i];
+            if (!right_[i] && i + 1 < columns) buffer.append(pad, ' ');
         }
-        while (!line.empty() && line.back() == ' ')
-            line.pop_back();
-        line += '\n';
-        out << line;
+        while (!buffer.empty() && buffer.back() == ' ')
+            buffer.pop_back();
+        endLine();
     };
-    if (options.header) write(header);
-    for (const auto& row : rows_)
-        write(row);
+    if (options.header)
+        write(header.data(), [&](std::size_t i) { return DisplayWidth(header[i]); });
+    for (std::size_t at = 0; at < cells_.size(); at += columns)
+        write(&cells_[at], [&](std::size_t i) { return cellWidths[at + i]; });
+    finish();
 }
 
 void PrintListing(const OutputOptions& options, const std::function<Json()>& json,

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <functional>
 #include <iosfwd>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,9 @@ public:
     // Right-aligns column i (numbers) in the table format.
     Table& AlignRight(std::size_t column);
     void AddRow(std::vector<std::string> cells);
+    // Appends a row of empty cells and returns them to fill (valid until the next row).
+    std::span<std::string> NewRow();
+    void Reserve(std::size_t rows) { cells_.reserve(rows * headers_.size()); }
 
     // Writes the rows as format says (table, csv or tsv).
     //  - table: columns separated by two blanks, each as wide as its widest cell, under a
@@ -49,7 +53,7 @@ private:
     std::vector<std::string> headers_;
     std::string empty_;
     std::vector<bool> right_;
-    std::vector<std::vector<std::string>> rows_;
+    std::vector<std::string> cells_;  // row by row
 };
 
 // Prints a listing to standard output as the options say: the document json() makes, or the
