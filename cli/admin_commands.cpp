@@ -39,17 +39,20 @@ void RunOptions(Context& ctx, const std::string& mask) {
     ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the server's options");
     const std::vector<Option> options = client.options(mask.empty() ? "*" : mask);
-    if (ctx.Json()) {
-        Json items = Json::array();
-        for (const Option& option : options)
-            items.push_back({{"name", option.name}, {"value", option.value}});
-        PrintJson(Json{{"options", std::move(items)}});
-        return;
-    }
-    Table table({"name", "value"});
-    for (const Option& option : options)
-        table.AddRow({option.name, option.value});
-    table.Print("(no options)");
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json items = Json::array();
+            for (const Option& option : options)
+                items.push_back({{"name", option.name}, {"value", option.value}});
+            return Json{{"options", std::move(items)}};
+        },
+        [&] {
+            Table table({"name", "value"}, "(no options)");
+            for (const Option& option : options)
+                table.AddRow({option.name, option.value});
+            return table;
+        });
 }
 
 void RunOption(Context& ctx, const std::string& name, const std::optional<std::string>& value) {
@@ -123,23 +126,26 @@ void RunLog(Context& ctx) {
     ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the server's log");
     const std::vector<LogRecord> log = client.log();
-    if (ctx.Json()) {
-        Json items = Json::array();
-        for (const LogRecord& r : log)
-            items.push_back({{"id", r.id},
-                             {"time", r.time},
-                             {"type", r.type},
-                             {"user", r.user},
-                             {"address", r.address},
-                             {"text", r.text}});
-        PrintJson(Json{{"log", std::move(items)}});
-        return;
-    }
-    Table table({"time", "type", "user", "address", "text"});
-    table.AlignRight(1);
-    for (const LogRecord& r : log)
-        table.AddRow({r.time, std::to_string(r.type), r.user, r.address, r.text});
-    table.Print("(the log is empty)");
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json items = Json::array();
+            for (const LogRecord& r : log)
+                items.push_back({{"id", r.id},
+                                 {"time", r.time},
+                                 {"type", r.type},
+                                 {"user", r.user},
+                                 {"address", r.address},
+                                 {"text", r.text}});
+            return Json{{"log", std::move(items)}};
+        },
+        [&] {
+            Table table({"time", "type", "user", "address", "text"}, "(the log is empty)");
+            table.AlignRight(1);
+            for (const LogRecord& r : log)
+                table.AddRow({r.time, std::to_string(r.type), r.user, r.address, r.text});
+            return table;
+        });
 }
 
 // ---- stat
@@ -152,6 +158,11 @@ struct StatArgs {
 };
 
 void RunStat(Context& ctx, const StatArgs& args) {
+    const Format format = ctx.Output().format;
+    if (args.options.quality && (format == Format::csv || format == Format::tsv))
+        throw UsageError(
+            "--quality: the data-quality checks are a table of their own, printed with the "
+            "table format or --json");
     ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the file statistics of \"" + args.database + "\"");
     FileStats stats;
@@ -162,27 +173,50 @@ void RunStat(Context& ctx, const StatArgs& args) {
         if (e.kind() != ENotFoundError::Kind::level) throw;
         throw UsageError(std::string("--group: ") + e.what());
     }
-    if (ctx.Json()) {
-        Json columns = Json::array();
-        for (const StatColumn& column : stats.columns) {
-            Json item = {{"name", column.name}, {"kind", column.text ? "text" : "value"}};
-            if (!column.text) item["type"] = column.type;
-            columns.push_back(std::move(item));
-        }
-        Json rows = Json::array();
-        for (const StatRow& line : stats.rows) {
-            Json row = {{"name", line.name}, {"texts", line.texts}, {"values", line.values}};
-            if (args.options.files) row["files"] = line.files;
-            rows.push_back(std::move(row));
-        }
-        PrintJson(Json{{"columns", std::move(columns)},
-                       {"rows", std::move(rows)},
-                       {"quality", stats.quality}});
+    // The statistics' own tab-separated text, ready to paste into a spreadsheet, is their
+    // table: a caption and the column heads, then a line per row.
+    if (format == Format::table) {
+        const std::size_t first = ctx.Output().header ? 0 : 2;
+        for (std::size_t i = first; i < stats.lines.size(); ++i)
+            std::cout << stats.lines[i] << '\n';
         return;
     }
-    // The statistics' own tab-separated text, ready to paste into a spreadsheet.
-    for (const std::string& line : stats.lines)
-        std::cout << line << '\n';
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json columns = Json::array();
+            for (const StatColumn& column : stats.columns) {
+                Json item = {{"name", column.name}, {"kind", column.text ? "text" : "value"}};
+                if (!column.text) item["type"] = column.type;
+                columns.push_back(std::move(item));
+            }
+            Json rows = Json::array();
+            for (const StatRow& line : stats.rows) {
+                Json row = {{"name", line.name}, {"texts", line.texts}, {"values", line.values}};
+                if (args.options.files) row["files"] = line.files;
+                rows.push_back(std::move(row));
+            }
+            return Json{{"columns", std::move(columns)},
+                        {"rows", std::move(rows)},
+                        {"quality", stats.quality}};
+        },
+        [&] {
+            // A row's caption, its texts, its values and, on request, its files a line each.
+            std::vector<std::string> headers = {"name"};
+            for (const StatColumn& column : stats.columns)
+                headers.push_back(column.name);
+            if (args.options.files) headers.emplace_back("files");
+            Table table(std::move(headers));
+            for (const StatRow& line : stats.rows) {
+                std::vector<std::string> row = {line.name};
+                row.insert(row.end(), line.texts.begin(), line.texts.end());
+                for (const std::int32_t value : line.values)
+                    row.push_back(std::to_string(value));
+                if (args.options.files) row.push_back(Joined(line.files, "\n"));
+                table.AddRow(std::move(row));
+            }
+            return table;
+        });
 }
 
 }  // namespace
@@ -191,27 +225,31 @@ void RunUsersList(Context& ctx) {
     ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the users");
     const std::vector<User> users = client.users();
-    if (ctx.Json()) {
-        Json items = Json::array();
-        for (const User& user : users)
-            items.push_back({{"login", user.login},
-                             {"name", user.name},
-                             {"groups", user.groups},
-                             {"rights", user.rights},
-                             {"rights_mask", user.rights_mask}});
-        Json groups = Json::array();
-        for (const Group& group : client.groups())
-            groups.push_back({{"name", group.name},
-                              {"rights", group.rights},
-                              {"rights_mask", group.rights_mask},
-                              {"users", group.users}});
-        PrintJson(Json{{"users", std::move(items)}, {"groups", std::move(groups)}});
-        return;
-    }
-    Table table({"login", "name", "groups", "rights"});
-    for (const User& user : users)
-        table.AddRow({user.login, user.name, Joined(user.groups, ", "), Joined(user.rights)});
-    table.Print("(no users)");
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json items = Json::array();
+            for (const User& user : users)
+                items.push_back({{"login", user.login},
+                                 {"name", user.name},
+                                 {"groups", user.groups},
+                                 {"rights", user.rights},
+                                 {"rights_mask", user.rights_mask}});
+            Json groups = Json::array();
+            for (const Group& group : client.groups())
+                groups.push_back({{"name", group.name},
+                                  {"rights", group.rights},
+                                  {"rights_mask", group.rights_mask},
+                                  {"users", group.users}});
+            return Json{{"users", std::move(items)}, {"groups", std::move(groups)}};
+        },
+        [&] {
+            Table table({"login", "name", "groups", "rights"}, "(no users)");
+            for (const User& user : users)
+                table.AddRow(
+                    {user.login, user.name, Joined(user.groups, ", "), Joined(user.rights)});
+            return table;
+        });
 }
 
 void AddAdminCommands(CLI::App& app, Context& ctx) {

@@ -32,54 +32,60 @@ void RunDatabases(Context& ctx, bool withStructs) {
     ostradb::Client& client = ctx.Client();
     ctx.Doing("listing the databases");
     const std::vector<Database> databases = client.databases(withStructs);
-    if (ctx.Json()) {
-        Json items = Json::array();
-        for (const Database& db : databases) {
-            Json item = {{"id", db.id},
-                         {"name", db.name},
-                         {"path", db.path},
-                         {"ext_path", db.ext_path},
-                         {"private", db.is_private}};
-            if (withStructs) item["levels"] = LevelsJson(db.levels);
-            items.push_back(std::move(item));
-        }
-        PrintJson(Json{{"databases", std::move(items)}});
-        return;
-    }
-    std::vector<std::string> headers = {"id", "name", "path"};
-    if (withStructs) headers.emplace_back("levels");
-    Table table(std::move(headers));
-    table.AlignRight(0);
-    for (const Database& db : databases) {
-        std::vector<std::string> row = {std::to_string(db.id), db.name, db.path};
-        if (withStructs) {
-            std::string levels;
-            for (const StructureLevel& level : db.levels)
-                levels += (levels.empty() ? "" : " > ") + level.title;
-            row.push_back(levels);
-        }
-        table.AddRow(std::move(row));
-    }
-    table.Print("(the server has no databases)");
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json items = Json::array();
+            for (const Database& db : databases) {
+                Json item = {{"id", db.id},
+                             {"name", db.name},
+                             {"path", db.path},
+                             {"ext_path", db.ext_path},
+                             {"private", db.is_private}};
+                if (withStructs) item["levels"] = LevelsJson(db.levels);
+                items.push_back(std::move(item));
+            }
+            return Json{{"databases", std::move(items)}};
+        },
+        [&] {
+            std::vector<std::string> headers = {"id", "name", "path"};
+            if (withStructs) headers.emplace_back("levels");
+            Table table(std::move(headers), "(the server has no databases)");
+            table.AlignRight(0);
+            for (const Database& db : databases) {
+                std::vector<std::string> row = {std::to_string(db.id), db.name, db.path};
+                if (withStructs) {
+                    std::string levels;
+                    for (const StructureLevel& level : db.levels)
+                        levels += (levels.empty() ? "" : " > ") + level.title;
+                    row.push_back(levels);
+                }
+                table.AddRow(std::move(row));
+            }
+            return table;
+        });
 }
 
 void RunStructure(Context& ctx, const std::string& database) {
     ostradb::Client& client = ctx.Client();
     ctx.Doing("reading the structure of \"" + database + "\"");
     const Database db = client.find_database(database);
-    if (ctx.Json()) {
-        PrintJson(Json{{"database", {{"id", db.id}, {"name", db.name}}},
-                       {"levels", LevelsJson(db.levels)}});
-        return;
-    }
-    Table table({"#", "type", "name", "key", "kind"});
-    table.AlignRight(0);
-    for (std::size_t i = 0; i < db.levels.size(); ++i) {
-        const StructureLevel& level = db.levels[i];
-        table.AddRow(
-            {std::to_string(i + 1), level.type, level.name, level.key ? "yes" : "", level.kind});
-    }
-    table.Print("(the database has no levels)");
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            return Json{{"database", {{"id", db.id}, {"name", db.name}}},
+                        {"levels", LevelsJson(db.levels)}};
+        },
+        [&] {
+            Table table({"#", "type", "name", "key", "kind"}, "(the database has no levels)");
+            table.AlignRight(0);
+            for (std::size_t i = 0; i < db.levels.size(); ++i) {
+                const StructureLevel& level = db.levels[i];
+                table.AddRow({std::to_string(i + 1), level.type, level.name, level.key ? "yes" : "",
+                              level.kind});
+            }
+            return table;
+        });
 }
 
 void RunLevels(Context& ctx, const std::string& database, const std::vector<std::string>& path) {
@@ -88,56 +94,66 @@ void RunLevels(Context& ctx, const std::string& database, const std::vector<std:
     const Database db = client.find_database(database);
     const std::vector<Level> levels = client.levels(db, path);
     const bool below = path.size() < db.levels.size();
-    if (ctx.Json()) {
-        Json values = Json::array();
-        for (const Level& level : levels)
-            values.push_back({{"id", level.id}, {"name", level.value}, {"path", level.path}});
-        Json level = nullptr;
-        if (below)
-            level = {{"type", db.levels[path.size()].type}, {"name", db.levels[path.size()].name}};
-        PrintJson(Json{{"database", db.name},
-                       {"path", path},
-                       {"level", std::move(level)},
-                       {"values", std::move(values)}});
-        return;
-    }
-    Table table({"id", below ? db.levels[path.size()].title : "value"});
-    table.AlignRight(0);
-    for (const Level& level : levels)
-        table.AddRow({std::to_string(level.id), level.value});
-    table.Print("(nothing below " + PathText(path) + "; 'ostradb files' lists the files there)");
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json values = Json::array();
+            for (const Level& level : levels)
+                values.push_back({{"id", level.id}, {"name", level.value}, {"path", level.path}});
+            Json level = nullptr;
+            if (below)
+                level = {{"type", db.levels[path.size()].type},
+                         {"name", db.levels[path.size()].name}};
+            return Json{{"database", db.name},
+                        {"path", path},
+                        {"level", std::move(level)},
+                        {"values", std::move(values)}};
+        },
+        [&] {
+            Table table(
+                {"id", below ? db.levels[path.size()].title : "value"},
+                "(nothing below " + PathText(path) + "; 'ostradb files' lists the files there)");
+            table.AlignRight(0);
+            for (const Level& level : levels)
+                table.AddRow({std::to_string(level.id), level.value});
+            return table;
+        });
 }
 
 void RunFiles(Context& ctx, const FilesArgs& args) {
     ostradb::Client& client = ctx.Client();
     ctx.Doing("listing the files of \"" + args.database + "\" under " + PathText(args.path));
     const Database db = client.find_database(args.database);
-    const std::vector<File> files = client.files(db, args.path, {args.filters, args.mask});
-    if (ctx.Json()) {
-        Json items = Json::array();
-        for (const File& file : files)
-            items.push_back({{"name", file.name},
-                             {"file", file.full_name},
-                             {"path", file.path},
-                             {"trunk", file.trunk},
-                             {"main", file.main}});
-        PrintJson(Json{{"database", db.name}, {"files", std::move(items)}});
-        return;
-    }
-    std::vector<std::string> headers;
-    for (const StructureLevel& level : db.levels)
-        headers.push_back(level.title);
-    const std::size_t levels = headers.size();
-    headers.emplace_back("file");
-    Table table(std::move(headers));
-    for (const File& file : files) {
-        std::vector<std::string> row(levels);
-        for (std::size_t i = 0; i < file.path.size() && i < levels; ++i)
-            row[i] = file.path[i];
-        row.push_back(file.full_name);
-        table.AddRow(std::move(row));
-    }
-    table.Print("(no files)");
+    std::vector<File> files = client.files(db, args.path, {args.filters, args.mask});
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json items = Json::array();
+            for (const File& file : files)
+                items.push_back({{"name", file.name},
+                                 {"file", file.full_name},
+                                 {"path", file.path},
+                                 {"trunk", file.trunk},
+                                 {"main", file.main}});
+            return Json{{"database", db.name}, {"files", std::move(items)}};
+        },
+        [&] {
+            std::vector<std::string> headers;
+            for (const StructureLevel& level : db.levels)
+                headers.push_back(level.title);
+            const std::size_t levels = headers.size();
+            headers.emplace_back("file");
+            Table table(std::move(headers), "(no files)");
+            // The files are not needed afterwards: a long listing is not held twice.
+            table.Reserve(files.size());
+            for (File& file : files) {
+                const std::span<std::string> row = table.NewRow();
+                for (std::size_t i = 0; i < file.path.size() && i < levels; ++i)
+                    row[i] = std::move(file.path[i]);
+                row[levels] = std::move(file.full_name);
+            }
+            return table;
+        });
 }
 
 void AddCatalogCommands(CLI::App& app, Context& ctx) {

@@ -54,4 +54,12 @@ void RunUsersList(Context& ctx);
 // demo (demo_command.cpp)
 void AddDemoCommand(CLI::App& app, Context& ctx);
 
+// completion, and the hidden command it asks for database names (completion.cpp)
+void AddCompletionCommands(CLI::App& app, Context& ctx);
+
+// The command's name after its parents' ("ostradb users add") (manual.cpp).
+std::string CommandLineOf(const CLI::App& command);
+// The help texts of every command, laid out for help2man.
+std::string ManualText(const CLI::App& app);
+
 }  // namespace ostradb::cli

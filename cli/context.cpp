@@ -40,8 +40,10 @@ ConnectOptions Context::Connection() const {
         .host = flags.host, .port = flags.port, .user = flags.user, .timeout = flags.timeout};
     if (!flags.service.empty()) connect.service = flags.service;
     // Nobody can type a password without a terminal: what is missing is then an error.
-    if (StdinIsTerminal()) connect.prompt = AskOnTerminal;
-    connect.on_warning = [](const std::string& text) { std::cerr << "ostradb: " << text << '\n'; };
+    if (StdinIsTerminal() && !quiet) connect.prompt = AskOnTerminal;
+    connect.on_warning = [quiet = quiet](const std::string& text) {
+        if (!quiet) std::cerr << "ostradb: " << text << '\n';
+    };
     return connect;
 }
 

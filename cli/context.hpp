@@ -9,6 +9,7 @@
 #include <string>
 
 #include "ostradb/client/client.hpp"
+#include "output.hpp"
 
 namespace CLI {
 class App;
@@ -27,7 +28,7 @@ struct ConnectionFlags {
 
 struct GlobalOptions {
     ConnectionFlags connection;
-    bool json = false;
+    OutputOptions output;
     bool trace = false;
 };
 
@@ -38,6 +39,8 @@ public:
     std::optional<ConnectOptions> fixedConnection;
     // Print a transfer's summary line even when standard error is not a terminal.
     bool progressSummary = false;
+    // Neither ask for a password nor warn about the settings (shell completion).
+    bool quiet = false;
 
     // The connected, logged-in client; connected on the first call.
     ostradb::Client& Client();
@@ -48,7 +51,10 @@ public:
     void Doing(std::string what) { doing_ = std::move(what); }
     const std::string& Doing() const { return doing_; }
 
-    bool Json() const { return options.json; }
+    const OutputOptions& Output() const { return options.output; }
+    // Whether the command prints one JSON document; commands that print no listing print their
+    // usual text in the other formats.
+    bool Json() const { return options.output.format == Format::json; }
 
     // The action of a subcommand, run once the command line has been parsed.
     void SetAction(const CLI::App* command, std::function<void()> action);

@@ -160,7 +160,7 @@ void RunDemo(Context& ctx) {
 
     ctx.fixedConnection = ConnectOptions{
         .host = "127.0.0.1", .port = server.Port(), .user = "admin", .password = "admin"};
-    ctx.options.json = false;
+    ctx.options.output = {};
     ctx.progressSummary = true;
     const std::string port = std::to_string(server.Port());
 

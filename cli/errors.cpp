@@ -36,6 +36,8 @@ void Line(const std::string& doing, const std::string& message) {
 int ReportCurrentException(const std::string& doing) {
     try {
         throw;
+    } catch (const SilentFailure& e) {
+        return e.Status();
     } catch (const InterruptedError&) {
         std::cerr << "ostradb: interrupted\n";
         return kExitInterrupted;

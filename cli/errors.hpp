@@ -29,6 +29,12 @@ public:
     explicit UsageError(const std::string& message) : CliError(message, kExitUsage) {}
 };
 
+// A failure that must end the command without a word (shell completion): status 1.
+class SilentFailure : public CliError {
+public:
+    SilentFailure() : CliError("") {}
+};
+
 // Prints the exception in flight as one line (two for a server that cannot be reached),
 // prefixed by what was being done, and returns the exit status. Call only inside a catch.
 int ReportCurrentException(const std::string& doing);

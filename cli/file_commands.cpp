@@ -40,18 +40,21 @@ void RunRm(Context& ctx, const std::vector<std::string>& files) {
     ostradb::Client& client = ctx.Client();
     ctx.Doing(files.size() == 1 ? "deleting \"" + files.front() + "\"" : "deleting files");
     const std::vector<FileResult> results = client.remove(files);
-    if (ctx.Json()) {
-        Json items = Json::array();
-        for (const FileResult& r : results)
-            items.push_back(
-                {{"file", r.file}, {"ok", r.ok}, {"code", r.code}, {"message", r.message}});
-        PrintJson(Json{{"results", std::move(items)}});
-    } else {
-        Table table({"file", "result"});
-        for (const FileResult& r : results)
-            table.AddRow({r.file, r.message});
-        table.Print();
-    }
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json items = Json::array();
+            for (const FileResult& r : results)
+                items.push_back(
+                    {{"file", r.file}, {"ok", r.ok}, {"code", r.code}, {"message", r.message}});
+            return Json{{"results", std::move(items)}};
+        },
+        [&] {
+            Table table({"file", "result"});
+            for (const FileResult& r : results)
+                table.AddRow({r.file, r.message});
+            return table;
+        });
     for (const FileResult& r : results)
         if (!r.ok) throw CliError("some files were not deleted");
 }
@@ -123,7 +126,8 @@ void AddFileCommands(CLI::App& app, Context& ctx) {
     CLI::App* get = app.add_subcommand("get", "Download a file");
     get->add_option("FILE", getArgs->file, "the server's file name")->required();
     get->add_option("-o,--output", getArgs->local,
-                    "where to save it (a file or a directory); standard output when not given");
+                    "where to save it (a file or a directory); standard output when not given")
+        ->type_name("PATH");
     get->footer(
         "The download is written to a temporary file that is renamed only when complete.\n"
         "Examples:\n"
@@ -134,7 +138,8 @@ void AddFileCommands(CLI::App& app, Context& ctx) {
     auto putArgs = std::make_shared<Transfer>();
     CLI::App* put = app.add_subcommand("put", "Upload a file (creates or replaces it)");
     put->add_option("FILE", putArgs->file, "the server's file name")->required();
-    put->add_option("IN", putArgs->local, "the local file; standard input when not given or -");
+    put->add_option("IN", putArgs->local, "the local file; standard input when not given or -")
+        ->type_name("PATH");
     put->footer(
         "Examples:\n"
         "  ostradb put '/data/north-sea/Eastfield/N1/Logging 2016/new.ws' new.ws\n"

@@ -1,6 +1,9 @@
 // ostradb: the command-line client of the well-logging database server.
 
 #include <CLI/CLI.hpp>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include <iostream>
 
@@ -16,6 +19,7 @@ using namespace ostradb::cli;
 void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
     // -h names the host, as in other database shells; help is --help alone.
     app.set_help_flag("--help", "Print this help and exit");
+    app.set_version_flag("--version", "ostradb " OSTRADB_VERSION, "Print the version and exit");
     app.add_option("-h,--host", options.connection.host,
                    "server host (default: $OSTRADB_HOST, then the -s connection's, then the stored "
                    "settings, then localhost)")
@@ -44,7 +48,29 @@ void AddGlobalOptions(CLI::App& app, GlobalOptions& options) {
         ->check(CLI::NonNegativeNumber)
         ->type_name("SECONDS")
         ->group("Connection");
-    app.add_flag("--json", options.json, "print one JSON document instead of tables")
+    std::vector<std::string> formats;
+    for (const auto& [name, format] : FormatsByName())
+        formats.push_back(name);
+    CLI::Option* format =
+        app.add_option_function<std::string>(
+               "--format",
+               [&options](const std::string& name) {
+                   for (const auto& [known, format] : FormatsByName())
+                       if (known == name) options.output.format = format;
+               },
+               "how listings are printed: table (aligned, for people), csv, tsv or json (one "
+               "document); other commands print their usual line, or JSON")
+            ->check(CLI::IsMember(formats))
+            ->type_name("FORMAT")
+            ->group("Output");
+    app.add_flag_callback(
+           "--json", [&options] { options.output.format = Format::json; },
+           "the same as --format json")
+        ->excludes(format)
+        ->group("Output");
+    app.add_flag_callback(
+           "--no-header", [&options] { options.output.header = false; },
+           "leave out the header row of tables, CSV and TSV")
         ->group("Output");
     app.add_flag("--trace", options.trace,
                  "print every packet sent (>) and received (<) on standard error; the password "
@@ -65,10 +91,8 @@ CLI::App* Selected(CLI::App& app) {
 // The help of a command with the whole command line in its usage ("ostradb users add"). The
 // formatter is called directly: App::help would show the selected subcommand's help instead.
 std::string HelpOf(const CLI::App& command) {
-    std::string line = command.get_name();
-    for (const CLI::App* p = command.get_parent(); p; p = p->get_parent())
-        line = p->get_name() + " " + line;
-    return command.get_formatter()->make_help(&command, line, CLI::AppFormatMode::Normal);
+    return command.get_formatter()->make_help(&command, CommandLineOf(command),
+                                              CLI::AppFormatMode::Normal);
 }
 
 int Run(int argc, char** argv) {
@@ -90,6 +114,14 @@ int Run(int argc, char** argv) {
     AddWellCommands(app, ctx);
     AddAdminCommands(app, ctx);
     AddDemoCommand(app, ctx);
+    AddCompletionCommands(app, ctx);
+    // What the build gives help2man to make the manual page of.
+    app.add_flag_callback("--help-man",
+                          [&app] {
+                              std::cout << ManualText(app);
+                              throw CLI::Success();
+                          })
+        ->group("");
 
     try {
         app.parse(argc, argv);
@@ -97,13 +129,17 @@ int Run(int argc, char** argv) {
         return app.exit(e);
     } catch (const CLI::CallForAllHelp& e) {
         return app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return app.exit(e);
+    } catch (const CLI::Success& e) {
+        return app.exit(e);
     } catch (const CLI::ParseError& e) {
         CLI::App* where = Selected(app);
         std::string message = e.what();
         // A wrong value of a connection or output option is the program's usage, not the
         // subcommand's.
-        const std::size_t colon = message.find(':');
-        if (colon != std::string::npos && app.get_option_no_throw(message.substr(0, colon)))
+        const std::size_t end = message.find_first_of(": ");
+        if (end != std::string::npos && app.get_option_no_throw(message.substr(0, end)))
             where = &app;
         // An unknown word where a subcommand belongs is left over, not a missing subcommand.
         if (where == &app && !app.remaining().empty())
@@ -132,6 +168,12 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifdef __GLIBC__
+    // A listing of a million files frees millions of small blocks. glibc keeps such blocks
+    // apart ("fast bins") and merges them all at the next large allocation or free, which
+    // then takes half a second; without fast bins each block is merged as it is freed.
+    mallopt(M_MXFAST, 0);
+#endif
     // Before any other thread exists, so that every thread inherits the blocked signals.
     Interrupts().Start();
     const int status = Run(argc, argv);

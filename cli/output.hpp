@@ -1,8 +1,13 @@
 #pragma once
 
-// What commands print: aligned tables for people, one JSON document for scripts.
+// What commands print. A listing is rows under named columns, printed as an aligned table for
+// people, as CSV or TSV for spreadsheets and other tools, or as the command's own JSON
+// document for scripts: every listing goes through PrintListing.
 
 #include <cstdio>
+#include <functional>
+#include <iosfwd>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -12,26 +17,49 @@ namespace ostradb::cli {
 
 using Json = nlohmann::ordered_json;
 
-// Columns separated by two blanks, each as wide as its widest cell, under a header in capitals.
-// The last column is not padded, so lines carry no trailing blanks.
+enum class Format { table, csv, tsv, json };
+
+// The formats by their names on the command line.
+const std::vector<std::pair<std::string, Format>>& FormatsByName();
+
+struct OutputOptions {
+    Format format = Format::table;
+    bool header = true;  // the header row of a table, CSV or TSV
+};
+
+// Rows of text cells under column headers.
 class Table {
 public:
-    explicit Table(std::vector<std::string> headers);
+    // empty: what the table format prints instead of a table without rows.
+    explicit Table(std::vector<std::string> headers, std::string empty = {});
 
-    // Right-aligns column i (numbers).
+    // Right-aligns column i (numbers) in the table format.
     Table& AlignRight(std::size_t column);
     void AddRow(std::vector<std::string> cells);
-    std::size_t RowCount() const { return rows_.size(); }
+    // Appends a row of empty cells and returns them to fill (valid until the next row).
+    std::span<std::string> NewRow();
+    void Reserve(std::size_t rows) { cells_.reserve(rows * headers_.size()); }
 
-    std::string Render() const;
-    // Render to standard output; an empty table prints `empty` instead (unless it is empty).
-    void Print(const std::string& empty = {}) const;
+    // Writes the rows as format says (table, csv or tsv).
+    //  - table: columns separated by two blanks, each as wide as its widest cell, under a
+    //    header in capitals; the last column is not padded, so lines carry no trailing blanks;
+    //  - csv: fields separated by commas, quoted when they hold a comma, a quote or a line
+    //    break, quotes doubled (RFC 4180), lines ending in LF;
+    //  - tsv: fields separated by tabs; a backslash, tab, LF or CR in a value is written \\,
+    //    \t, \n or \r so that every line is one row.
+    void Write(std::ostream& out, const OutputOptions& options) const;
 
 private:
     std::vector<std::string> headers_;
+    std::string empty_;
     std::vector<bool> right_;
-    std::vector<std::vector<std::string>> rows_;
+    std::vector<std::string> cells_;  // row by row
 };
+
+// Prints a listing to standard output as the options say: the document json() makes, or the
+// table table() makes. Only the one printed is built.
+void PrintListing(const OutputOptions& options, const std::function<Json()>& json,
+                  const std::function<Table()>& table);
 
 // Writes the document to standard output, indented, non-ASCII text as UTF-8.
 void PrintJson(const Json& document);

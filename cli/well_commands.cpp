@@ -14,14 +14,17 @@ namespace {
 // One column of names, or {"<key>": [names]} in JSON.
 void PrintNames(Context& ctx, const char* key, const char* header,
                 const std::vector<std::string>& names, const std::string& empty) {
-    if (ctx.Json()) {
-        PrintJson(Json{{key, names}});
-        return;
-    }
-    Table table({header});
-    for (const std::string& name : names)
-        table.AddRow({name});
-    table.Print(empty);
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            return Json{{key, names}};
+        },
+        [&] {
+            Table table({header}, empty);
+            for (const std::string& name : names)
+                table.AddRow({name});
+            return table;
+        });
 }
 
 std::string Describe(const std::vector<std::string>& files) {
@@ -49,37 +52,40 @@ void RunCurves(Context& ctx, const std::vector<std::string>& files,
     ctx.Doing("listing the curves of " + Describe(files));
     const bool perFile = files.size() > 1;
     const std::vector<Curve> curves = client.curves(files, tables);
-    if (ctx.Json()) {
-        Json items = Json::array();
-        for (const Curve& c : curves) {
-            Json item = {{"curve", c.name},    {"table", c.table}, {"version", c.versions},
-                         {"count", c.count},   {"units", c.units}, {"top", c.top},
-                         {"bottom", c.bottom}, {"step", c.step}};
-            if (perFile) item["file"] = c.file;
-            items.push_back(std::move(item));
-        }
-        PrintJson(Json{{"curves", std::move(items)}});
-        return;
-    }
-    std::vector<std::string> headers = {"curve",  "table", "units", "top",
-                                        "bottom", "step",  "count", "versions"};
-    if (perFile) headers.emplace_back("file");
-    Table table(std::move(headers));
-    for (std::size_t column : {3, 4, 5, 6, 7})
-        table.AlignRight(column);
-    for (const Curve& c : curves) {
-        std::vector<std::string> row = {c.name,
-                                        c.table,
-                                        c.units,
-                                        std::to_string(c.top),
-                                        std::to_string(c.bottom),
-                                        std::to_string(c.step),
-                                        std::to_string(c.count),
-                                        c.versions};
-        if (perFile) row.push_back(c.file);
-        table.AddRow(std::move(row));
-    }
-    table.Print("(no curves)");
+    PrintListing(
+        ctx.Output(),
+        [&] {
+            Json items = Json::array();
+            for (const Curve& c : curves) {
+                Json item = {{"curve", c.name},    {"table", c.table}, {"version", c.versions},
+                             {"count", c.count},   {"units", c.units}, {"top", c.top},
+                             {"bottom", c.bottom}, {"step", c.step}};
+                if (perFile) item["file"] = c.file;
+                items.push_back(std::move(item));
+            }
+            return Json{{"curves", std::move(items)}};
+        },
+        [&] {
+            std::vector<std::string> headers = {"curve",  "table", "units", "top",
+                                                "bottom", "step",  "count", "versions"};
+            if (perFile) headers.emplace_back("file");
+            Table table(std::move(headers), "(no curves)");
+            for (std::size_t column : {3, 4, 5, 6, 7})
+                table.AlignRight(column);
+            for (const Curve& c : curves) {
+                std::vector<std::string> row = {c.name,
+                                                c.table,
+                                                c.units,
+                                                std::to_string(c.top),
+                                                std::to_string(c.bottom),
+                                                std::to_string(c.step),
+                                                std::to_string(c.count),
+                                                c.versions};
+                if (perFile) row.push_back(c.file);
+                table.AddRow(std::move(row));
+            }
+            return table;
+        });
 }
 
 void RunSearch(Context& ctx, const std::string& database,

@@ -1,6 +1,9 @@
 // One measurement of a listing in a process of its own, so that its peak resident memory is
 // the whole process's: ostradb_bench_listing PORT MODE RUNS FILES
-//   MODE library:   RequestFiles into a TLevelFilesList;
+//   MODE library:   RequestFiles with tables and curves into a TLevelFilesList;
+//   MODE paths:     RequestFiles with the level paths only (what the command-line client
+//                   asks for);
+//   MODE search:    a search of every file into a string list;
 //   MODE reference: the request's bytes written to a socket, the answer read into a growing
 //                   buffer and parsed in place by pugixml (the least a reader of a whole
 //                   answer does; nothing is built from it).
@@ -28,6 +31,7 @@
 
 #include "ostradb/model/level_files.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"
+#include "ostradb/protocol/search_commands.hpp"
 
 namespace {
 
@@ -72,7 +76,7 @@ std::size_t Reference(int fd) {
 
 int main(int argc, char** argv) {
     if (argc != 4) {
-        std::fprintf(stderr, "usage: %s PORT library|reference RUNS\n", argv[0]);
+        std::fprintf(stderr, "usage: %s PORT library|paths|search|reference RUNS\n", argv[0]);
         return 2;
     }
     const int port = std::atoi(argv[1]);
@@ -101,11 +105,19 @@ int main(int argc, char** argv) {
         const auto start = std::chrono::steady_clock::now();
         if (fd >= 0) {
             files = Reference(fd);
+        } else if (mode == "search") {
+            ostradb::TSearchRequest request;
+            request.ReadFromSimpleText("*\r\n\r\nwell=*\r\n");
+            ostradb::TStringList found;
+            client.Search(request, found);
+            files = static_cast<std::size_t>(found.Count());
+            held = mallinfo2().uordblks - heapBefore;
         } else {
             ostradb::TLevelFilesList list;
-            client.RequestFiles(
-                list, 1, {},
-                {ostradb::rffInclTables, ostradb::rffInclCurves, ostradb::rffInclFilePath}, "");
+            ostradb::TReqFilesFlags flags = {ostradb::rffInclFilePath};
+            if (mode == "library")
+                flags.Include(ostradb::rffInclTables).Include(ostradb::rffInclCurves);
+            client.RequestFiles(list, 1, {}, flags, "");
             files = static_cast<std::size_t>(list.GetCount());
             held = mallinfo2().uordblks - heapBefore;
         }

@@ -14,6 +14,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "model/level_files_sort.hpp"
 #include "ostradb/model/level_files.hpp"
 #include "ostradb/util/text.hpp"
 #include "ostradb/util/well_names.hpp"
@@ -133,50 +134,98 @@ private:
 
 }  // namespace
 
-void TLevelFilesList::SmartSort() {
-    const int count = Files.Count();
-    if (count < 2) return;
-    const auto n = static_cast<std::size_t>(count);
+namespace {
+
+// The order of files by the levels entries(file, emit) names (emit(name, value, position) for
+// each of a file's levels): the files' indexes, first to last; files of one place by name
+// when byName.
+template <class Entries>
+std::vector<std::uint32_t> OrderByLevels(const Collection<TLevelFile>& files, Entries entries,
+                                         bool byName) {
+    const auto n = static_cast<std::size_t>(files.Count());
+    std::vector<std::uint32_t> order(n);
+    for (std::uint32_t i = 0; i < n; ++i)
+        order[i] = i;
+    if (n < 2) return order;
 
     // One pass over the files: each level's values are interned as the files name them.
     LevelKeys levels;
     std::vector<LevelColumn> columns;
     std::size_t f = 0;
-    for (const TLevelFile& file : Files) {
-        const std::vector<std::string>& lines = file.PathNames.Lines();
-        for (std::size_t j = 0; j < lines.size(); ++j) {
-            const Entry e = SplitPair(lines[j]);
-            const auto k = static_cast<std::size_t>(levels.KeyOf(e.name, j));
+    for (const TLevelFile& file : files) {
+        entries(file, [&](std::string_view name, std::string_view value, std::size_t position) {
+            const auto k = static_cast<std::size_t>(levels.KeyOf(name, position));
             if (k == columns.size()) columns.emplace_back(levels.Keys()[k] == "%well", n);
-            columns[k].Set(f, e.value);
-        }
+            columns[k].Set(f, value);
+        });
         ++f;
     }
     const std::size_t stride = columns.size();
-    if (stride == 0) return;
+    if (stride == 0 && !byName) return order;
     std::vector<std::uint32_t> ranks(n * stride);
     for (std::size_t k = 0; k < stride; ++k)
         columns[k].Rank(stride, k, ranks);
     columns.clear();
 
-    std::vector<std::uint32_t> order(n);
-    for (std::uint32_t i = 0; i < n; ++i)
-        order[i] = i;
+    std::vector<const std::string*> names;
+    if (byName)
+        for (const TLevelFile& file : files)
+            names.push_back(&file.Name);
     std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
         const std::uint32_t* ra = &ranks[a * stride];
         const std::uint32_t* rb = &ranks[b * stride];
         for (std::size_t k = 0; k < stride; ++k)
             if (ra[k] != rb[k]) return ra[k] < rb[k];
-        return false;
+        return byName && *names[a] < *names[b];
     });
+    return order;
+}
 
+}  // namespace
+
+void TLevelFilesList::SmartSort() {
+    const std::vector<std::uint32_t> order = OrderByLevels(
+        Files,
+        [](const TLevelFile& file, auto emit) {
+            const std::vector<std::string>& lines = file.PathNames.Lines();
+            for (std::size_t j = 0; j < lines.size(); ++j) {
+                const Entry e = SplitPair(lines[j]);
+                emit(e.name, e.value, j);
+            }
+        },
+        false);
     // Take the files out from the end (cheap), then put them back in sorted order.
+    const std::size_t n = order.size();
     std::vector<std::unique_ptr<TLevelFile>> taken;
     taken.reserve(n);
-    for (int i = count - 1; i >= 0; --i)
+    for (int i = Files.Count() - 1; i >= 0; --i)
         taken.push_back(Files.Extract(i));
     for (std::uint32_t i : order)
         Files.Add(std::move(taken[n - 1 - i]));
 }
+
+namespace detail {
+
+std::vector<std::uint32_t> SmartSortOrder(const TLevelFilesList& list,
+                                          const std::vector<std::string>& types) {
+    return OrderByLevels(
+        list.Files,
+        [&](const TLevelFile& file, auto emit) {
+            if (!file.PathNames.Empty()) {
+                const std::vector<std::string>& lines = file.PathNames.Lines();
+                for (std::size_t j = 0; j < lines.size(); ++j) {
+                    const Entry e = SplitPair(lines[j]);
+                    emit(e.name, e.value, j);
+                }
+            } else if (file.PathValues.Count() == static_cast<int>(types.size())) {
+                const std::vector<std::string>& values = file.PathValues.Lines();
+                for (std::size_t j = 0; j < values.size(); ++j)
+                    emit(types[j], values[j], j);
+            }
+        },
+        true);
+}
+
+}  // namespace detail
 
 }  // namespace ostradb

@@ -67,6 +67,11 @@ int StatusOf(int raw) {
 
 CliResult RunCli(const std::vector<std::string>& args, const Environment& env,
                  const std::string& input, std::chrono::milliseconds timeout) {
+    return RunProgram(Argv(args), env, input, timeout);
+}
+
+CliResult RunProgram(const std::vector<std::string>& args, const Environment& env,
+                     const std::string& input, std::chrono::milliseconds timeout) {
     int in[2], out[2], err[2];
     if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
         throw std::runtime_error("pipe2 failed");
@@ -80,15 +85,15 @@ CliResult RunCli(const std::vector<std::string>& args, const Environment& env,
     posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
-    CStrings argv(Argv(args));
+    CStrings argv(args);
     CStrings envp(Envp(env));
     pid_t pid = -1;
     const int spawned =
-        ::posix_spawn(&pid, OSTRADB_CLI_PATH, &actions, nullptr, argv.Get(), envp.Get());
+        ::posix_spawn(&pid, args.at(0).c_str(), &actions, nullptr, argv.Get(), envp.Get());
     posix_spawn_file_actions_destroy(&actions);
     for (const int fd : {in[0], out[1], err[1]})
         ::close(fd);
-    if (spawned != 0) throw std::runtime_error("cannot start " OSTRADB_CLI_PATH);
+    if (spawned != 0) throw std::runtime_error("cannot start " + args.at(0));
 
     CliResult result;
     pollfd fds[2] = {{out[0], POLLIN, 0}, {err[0], POLLIN, 0}};
@@ -99,7 +104,7 @@ CliResult RunCli(const std::vector<std::string>& args, const Environment& env,
         if (!killed && Clock::now() >= deadline) {
             ::kill(pid, SIGKILL);
             killed = true;
-            ADD_FAILURE() << "ostradb did not finish in time; stderr so far: " << result.err;
+            ADD_FAILURE() << args.at(0) << " did not finish in time; stderr so far: " << result.err;
         }
         if (::poll(fds, 2, killed ? 1000 : std::max(MillisLeft(deadline), 1)) < 0 && errno != EINTR)
             break;

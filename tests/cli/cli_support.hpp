@@ -36,6 +36,9 @@ struct CliResult {
 // standard output and error are pipes.
 CliResult RunCli(const std::vector<std::string>& args, const Environment& env,
                  const std::string& input = {}, std::chrono::milliseconds timeout = 20s);
+// As RunCli, another program: argv[0] is its path.
+CliResult RunProgram(const std::vector<std::string>& argv, const Environment& env,
+                     const std::string& input = {}, std::chrono::milliseconds timeout = 20s);
 
 // ostradb on a pseudo-terminal: standard input, output and error are all the terminal.
 class PtyChild {

@@ -42,6 +42,13 @@ TEST_F(FailuresTest, UsageErrorsExitTwoAndShowTheUsage) {
          "Usage: ostradb [OPTIONS] SUBCOMMAND"},
         {{"version", "--bogus"}, "--bogus", "Usage: ostradb version [OPTIONS]"},
         {{"users", "add"}, "LOGIN is required", "Usage: ostradb users add [OPTIONS] LOGIN"},
+        {{"options", "--format", "xml"},
+         "--format: xml not in {table,csv,tsv,json}",
+         "Usage: ostradb [OPTIONS] SUBCOMMAND"},
+        {{"--json", "options", "--format", "csv"},
+         "--format excludes --json",
+         "Usage: ostradb [OPTIONS] SUBCOMMAND"},
+        {{"completion", "fish"}, "SHELL: fish not in {bash,zsh}", "Usage: ostradb completion"},
     };
     for (const auto& c : cases) {
         const CliResult result = Run(c.args);
@@ -66,11 +73,12 @@ TEST_F(FailuresTest, UsageErrorsExitTwoAndShowTheUsage) {
 
     const CliResult help = Run({"--help"});
     EXPECT_EQ(help.status, 0);
-    for (const char* command :
-         {"version",    "raw",     "databases", "structure", "levels", "files",  "get",
-          "put",        "exists",  "rm",        "mv",        "search", "tables", "curves",
-          "plansheets", "options", "option",    "users",     "log",    "stat",   "demo"})
+    for (const char* command : {"version", "raw",    "databases",  "structure", "levels", "files",
+                                "get",     "put",    "exists",     "rm",        "mv",     "search",
+                                "tables",  "curves", "plansheets", "options",   "option", "users",
+                                "log",     "stat",   "demo",       "completion"})
         EXPECT_NE(help.out.find("\n  " + std::string(command) + " "), std::string::npos) << command;
+    EXPECT_EQ(help.out.find("__complete"), std::string::npos);
 }
 
 // A request the server refuses: status 1 and one line naming the step, the server's code

@@ -40,4 +40,13 @@ for dir in "$work"/prefix/lib/python3*/*-packages; do
     PYTHONPATH="$dir" "$python" -c "import ostradb; ostradb.TOstraDbProtocol()"
   fi
 done
+# The manual page (when help2man made one) and the completion scripts are installed with the
+# client.
+if [ -f "$build_dir/cli/ostradb.1" ]; then
+  grep -q '^\.SH SUBCOMMANDS' "$work/prefix/share/man/man1/ostradb.1"
+fi
+if [ -x "$build_dir/cli/ostradb" ]; then
+  grep -q '^complete -F _ostradb ostradb$' "$work/prefix/share/bash-completion/completions/ostradb"
+  grep -q '^#compdef ostradb$' "$work/prefix/share/zsh/vendor-completions/_ostradb"
+fi
 echo "package ok"
