@@ -26,6 +26,8 @@ PYBIND11_MODULE(_ostradb, m) {
     BindSession(protocol);
     BindCommands(protocol);
     BindWellCommands(protocol);
+    BindResults(m);
+    BindClient(m);
     InstallItemKeeper();
     m.def("OstraDbProtocol", &OstraDbProtocol, py::return_value_policy::reference,
           "The process-wide client, created on the first call.");

@@ -32,6 +32,7 @@ HEADER = '''\
 # returns: leave it alone in other threads.
 
 import datetime
+import os
 from typing import (Any, BinaryIO, Callable, ClassVar, Dict, Iterable, Iterator, List, Optional,
                     Sequence, Tuple, overload)
 
