@@ -9,9 +9,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,7 +25,8 @@
 #include <tuple>
 #include <vector>
 
-#include "level_names.hpp"
+#include "child_process.hpp"
+#include "listing_answer.hpp"
 #include "model/level_files_read.hpp"
 #include "ostradb/model/db_struct.hpp"
 #include "ostradb/model/level_files.hpp"
@@ -38,79 +37,14 @@
 #include "protocol/list_answers.hpp"
 #include "protocol/wire.hpp"
 
-extern char** environ;
-
 namespace ostradb {
 namespace {
 
-using bench::kFields;
-using bench::kSurveys;
-const char* const kCurves[] = {"ГК", "НГК", "ПС", "КС", "ДС", "ИК", "БК", "АК"};
-const char* const kPlanshets[] = {"Основной", "Корреляция"};
-
-std::uint64_t Mix(std::uint64_t x) {
-    x += 0x9E3779B97F4A7C15u;
-    x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9u;
-    x = (x ^ (x >> 27)) * 0x94D049BB133111EBu;
-    return x ^ (x >> 31);
-}
-
-// File i of the listing, as the sandbox writes it: attributes, two params, a 4-level path
-// and one table of 3 curves with their plansheets; Cyrillic names and values.
-void AppendFile(std::string& out, int i) {
-    std::uint64_t r = Mix(static_cast<std::uint64_t>(i));
-    auto next = [&](unsigned n) {
-        r = Mix(r);
-        return static_cast<unsigned>(r % n);
-    };
-    const char* field = kFields[next(std::size(kFields))];
-    const unsigned area = next(12) + 1, well = next(4000) + 1;
-    const char* suffix = next(5) == 0 ? "а" : "";
-    const char* survey = kSurveys[next(std::size(kSurveys))];
-    char buf[1024];
-    std::snprintf(buf, sizeof buf,
-                  "<file extra_path=\"\" name=\"%u%s_gis_%07d.ws\" type=\"1\" trunk_id=\"T-%u%s\" "
-                  "is_main=\"%s\" file_id=\"%d\" flags=\"0\" UserRights=\"127\">"
-                  "<params><param key=\"Оператор\" value=\"Партия %u\"/>"
-                  "<param key=\"Дата\" value=\"%u\"/></params>"
-                  "<path><item value=\"%s\"/><item value=\"Площадь %u\"/>"
-                  "<item value=\"%u%s\"/><item value=\"%s\"/></path>"
-                  "<table name=\"ГИС\"><data>",
-                  well, suffix, i, well, suffix, i % 3 ? "false" : "true", i, next(40) + 1,
-                  2000 + next(24), field, area, well, suffix, survey);
-    out += buf;
-    for (int c = 0; c < 3; ++c) {
-        const unsigned top = next(2000) + 500;
-        std::snprintf(buf, sizeof buf,
-                      "<curve name=\"%s\" start=\"%u\" stop=\"%u.4\" step=\"0.1\" nvers=\"1\" "
-                      "keystr=\"\" dclass=\"1\" table=\"ГИС\"><planshets><item name=\"%s\"/>"
-                      "</planshets></curve>",
-                      kCurves[next(std::size(kCurves))], top, top + 800,
-                      kPlanshets[next(std::size(kPlanshets))]);
-        out += buf;
-    }
-    out += "</data></table></file>\n";
-}
-
-constexpr std::string_view kHead =
-    "<?xml version=\"1.0\" encoding=\"Windows-1251\"?>\r\n<packet><answer>\n";
-constexpr std::string_view kTail = "</answer></packet>\r\n";
-
-// Files [from, to) in Windows-1251.
-std::string FilesBytes(int from, int to) {
-    std::string utf8;
-    for (int i = from; i < to; ++i)
-        AppendFile(utf8, i);
-    return wire::EncodeText(utf8);
-}
-
-// The whole answer of 100,000 files in Windows-1251, made once.
-constexpr int kFiles = 100000;
-const std::string& Answer() {
-    static const std::string bytes =
-        std::string(kHead) + FilesBytes(0, kFiles) + std::string(kTail);
-    return bytes;
-}
+using bench::Answer;
+using bench::FilesBytes;
+using bench::kFiles;
+using bench::kHead;
+using bench::kTail;
 
 // A loopback server that answers every request on every connection with a listing of files
 // files: from memory for the 100,000-file answer, made as it is sent for larger ones (so
@@ -192,28 +126,10 @@ private:
 using Report = std::array<double, 4>;
 
 bool RunListing(int port, const char* mode, int runs, Report& out) {
-    const std::string portText = std::to_string(port), runsText = std::to_string(runs);
-    char* argv[] = {const_cast<char*>(OSTRADB_BENCH_LISTING), const_cast<char*>(portText.c_str()),
-                    const_cast<char*>(mode), const_cast<char*>(runsText.c_str()), nullptr};
-    int fds[2];
-    if (pipe(fds) != 0) return false;
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addclose(&actions, fds[0]);
-    pid_t pid = 0;
-    const int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv, environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(fds[1]);
-    std::string text;
-    char buf[256];
-    for (ssize_t n; (n = read(fds[0], buf, sizeof buf)) > 0;)
-        text.append(buf, static_cast<std::size_t>(n));
-    close(fds[0]);
-    if (spawned != 0) return false;
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 &&
+    bool ok = false;
+    const std::string text = bench::RunChild(
+        {OSTRADB_BENCH_LISTING, std::to_string(port), mode, std::to_string(runs)}, ok);
+    return ok &&
            std::sscanf(text.c_str(), "%lf %lf %lf %lf", &out[0], &out[1], &out[2], &out[3]) == 4;
 }
 
