@@ -7,8 +7,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -27,6 +25,7 @@
 
 #include "child_process.hpp"
 #include "listing_answer.hpp"
+#include "loopback.hpp"
 #include "model/level_files_read.hpp"
 #include "ostradb/model/db_struct.hpp"
 #include "ostradb/model/level_files.hpp"
@@ -52,16 +51,7 @@ using bench::kTail;
 class ListingServer {
 public:
     explicit ListingServer(int files) : files_(files) {
-        listener_ = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t len = sizeof addr;
-        if (listener_ < 0 || bind(listener_, reinterpret_cast<sockaddr*>(&addr), len) != 0 ||
-            listen(listener_, 4) != 0 ||
-            getsockname(listener_, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
-            std::abort();
-        port_ = ntohs(addr.sin_port);
+        listener_ = bench::ListenOnLoopback(port_);
         thread_ = std::thread([this] { Serve(); });
     }
     ~ListingServer() {
@@ -94,12 +84,7 @@ private:
         std::size_t total = 0;
         auto put = [&](std::string_view bytes) {
             total += bytes.size();
-            while (!bytes.empty()) {
-                const ssize_t n = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-                if (n <= 0) return false;
-                bytes.remove_prefix(static_cast<std::size_t>(n));
-            }
-            return true;
+            return bench::SendAll(fd, bytes);
         };
         bool ok = true;
         if (files_ == kFiles) {

@@ -10,7 +10,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -19,7 +18,6 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -28,6 +26,7 @@
 
 #include "child_process.hpp"
 #include "listing_answer.hpp"
+#include "loopback.hpp"
 
 namespace ostradb {
 namespace {
@@ -56,16 +55,7 @@ std::string StructureAnswer() {
 class ClientServer {
 public:
     ClientServer() {
-        listener_ = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t len = sizeof addr;
-        if (listener_ < 0 || bind(listener_, reinterpret_cast<sockaddr*>(&addr), len) != 0 ||
-            listen(listener_, 4) != 0 ||
-            getsockname(listener_, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
-            std::abort();
-        port_ = ntohs(addr.sin_port);
+        listener_ = bench::ListenOnLoopback(port_);
         thread_ = std::thread([this] { Serve(); });
     }
     ~ClientServer() {
@@ -103,33 +93,22 @@ private:
         auto is = [&](const char* cmd) {
             return request.find("cmd=\"" + std::string(cmd) + "\"") != std::string::npos;
         };
-        if (is("generate_auth_value")) return Send(fd, Packet("<answer result=\"0\"/>"));
-        if (is("login")) return Send(fd, Packet("<answer rights=\"127\"/>"));
+        auto reply = [fd](std::string_view bytes) { return bench::SendAll(fd, bytes); };
+        if (is("generate_auth_value")) return reply(Packet("<answer result=\"0\"/>"));
+        if (is("login")) return reply(Packet("<answer rights=\"127\"/>"));
         if (is("get_db_list"))
-            return Send(fd, Packet("<answer><databases><item id=\"1\" name=\"Bench\" "
-                                   "path=\"/srv/bench/\" ext_path=\"\" is_private=\"false\">"
-                                   "<path_list/><roots/></item></databases></answer>"));
-        if (is("get_db_struct")) return Send(fd, structure);
-        if (is("get_log_level_files")) return Send(fd, bench::Answer());
-        if (is("get_file_contents")) {
-            if (!Send(fd,
-                      Packet("<answer/>", " bin_data_size=\"" + std::to_string(kPayload) + "\"")))
-                return false;
-            static const std::string chunk(1 << 20, 'p');
-            for (std::int64_t left = kPayload; left > 0; left -= std::ssize(chunk))
-                if (!Send(fd, chunk)) return false;
-            return true;
-        }
-        return Send(fd, Packet("<answer/>"));
-    }
-
-    static bool Send(int fd, std::string_view bytes) {
-        while (!bytes.empty()) {
-            const ssize_t n = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-            if (n <= 0) return false;
-            bytes.remove_prefix(static_cast<std::size_t>(n));
-        }
-        return true;
+            return reply(
+                Packet("<answer><databases><item id=\"1\" name=\"Bench\" "
+                       "path=\"/srv/bench/\" ext_path=\"\" is_private=\"false\">"
+                       "<path_list/><roots/></item></databases></answer>"));
+        if (is("get_db_struct")) return reply(structure);
+        if (is("get_log_level_files")) return reply(bench::Answer());
+        if (!is("get_file_contents")) return reply(Packet("<answer/>"));
+        static const std::string chunk(1 << 20, 'p');
+        bool ok = reply(Packet("<answer/>", " bin_data_size=\"" + std::to_string(kPayload) + "\""));
+        for (std::int64_t left = kPayload; ok && left > 0; left -= std::ssize(chunk))
+            ok = reply(chunk);
+        return ok;
     }
 
     int listener_ = -1;

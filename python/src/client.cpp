@@ -11,6 +11,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -29,24 +30,23 @@ namespace ostradb::python {
 
 namespace fs = std::filesystem;
 
-// What some arguments convert to (the casters below).
-struct ProgressArg {
-    ProgressCallback fn;
+// A progress callback made from a Python callable or None (the caster below).
+template <class F, F (*Make)(py::object)>
+struct CallbackArg {
+    F fn;
 };
-struct JobProgressArg {
-    JobProgressCallback fn;
-};
-// Where a download goes: a path, or a binary file object or bytearray written chunk by chunk.
-struct DestinationArg {
+using ProgressArg = CallbackArg<ProgressCallback, MakeProgress>;
+using JobProgressArg = CallbackArg<JobProgressCallback, MakeJobProgress>;
+
+// Where a download goes or an upload comes from: a path, or a stream over a Python object
+// (streams.hpp) moved chunk by chunk.
+template <class Stream, std::unique_ptr<Stream> (*Make)(py::handle)>
+struct PathOrStream {
     std::optional<fs::path> path;
-    std::unique_ptr<std::ostream> stream;
+    std::unique_ptr<Stream> stream;
 };
-// Where an upload comes from: a path, or bytes, a buffer or a binary file object read chunk by
-// chunk.
-struct SourceArg {
-    std::optional<fs::path> path;
-    std::unique_ptr<std::istream> stream;
-};
+using DestinationArg = PathOrStream<std::ostream, MakeOutputStream>;
+using SourceArg = PathOrStream<std::istream, MakeInputStream>;
 
 inline bool IsPath(py::handle value) {
     static const py::object pathLike = py::module_::import("os").attr("PathLike");
@@ -61,68 +61,36 @@ inline std::string TypeName(py::handle value) {
 
 namespace pybind11::detail {
 
-template <>
-struct type_caster<ostradb::python::ProgressArg> {
-    PYBIND11_TYPE_CASTER(ostradb::python::ProgressArg,
-                         const_name("Callable[[int, int], None] | None"));
+template <class F, F (*Make)(object)>
+struct type_caster<ostradb::python::CallbackArg<F, Make>> {
+    using Arg = ostradb::python::CallbackArg<F, Make>;
+    static constexpr bool kTransfer = std::is_same_v<F, ostradb::ProgressCallback>;
+    PYBIND11_TYPE_CASTER(Arg, const_name<kTransfer>("Callable[[int, int], None] | None",
+                                                    "Callable[[dict[str, str]], None] | None"));
     bool load(handle src, bool) {
         if (!src.is_none() && !PyCallable_Check(src.ptr()))
-            throw type_error("progress takes a callable (done, total) or None, not " +
+            throw type_error("progress takes a callable or None, not " +
                              ostradb::python::TypeName(src));
-        value.fn = ostradb::python::MakeProgress(reinterpret_borrow<object>(src));
+        value.fn = Make(reinterpret_borrow<object>(src));
         return true;
     }
-    static handle cast(const ostradb::python::ProgressArg&, return_value_policy, handle) {
-        return none().release();
-    }
+    static handle cast(const Arg&, return_value_policy, handle) { return none().release(); }
 };
 
-template <>
-struct type_caster<ostradb::python::JobProgressArg> {
-    PYBIND11_TYPE_CASTER(ostradb::python::JobProgressArg,
-                         const_name("Callable[[dict[str, str]], None] | None"));
-    bool load(handle src, bool) {
-        if (!src.is_none() && !PyCallable_Check(src.ptr()))
-            throw type_error("progress takes a callable (info) or None, not " +
-                             ostradb::python::TypeName(src));
-        value.fn = ostradb::python::MakeJobProgress(reinterpret_borrow<object>(src));
-        return true;
-    }
-    static handle cast(const ostradb::python::JobProgressArg&, return_value_policy, handle) {
-        return none().release();
-    }
-};
-
-template <>
-struct type_caster<ostradb::python::DestinationArg> {
-    PYBIND11_TYPE_CASTER(ostradb::python::DestinationArg,
-                         const_name("str | os.PathLike[str] | BinaryIO | bytearray"));
+template <class Stream, std::unique_ptr<Stream> (*Make)(handle)>
+struct type_caster<ostradb::python::PathOrStream<Stream, Make>> {
+    using Arg = ostradb::python::PathOrStream<Stream, Make>;
+    static constexpr bool kOut = std::is_same_v<Stream, std::ostream>;
+    PYBIND11_TYPE_CASTER(Arg, const_name<kOut>("str | os.PathLike[str] | BinaryIO | bytearray",
+                                               "str | os.PathLike[str] | bytes | BinaryIO"));
     bool load(handle src, bool) {
         if (ostradb::python::IsPath(src))
             value.path = src.cast<std::filesystem::path>();
         else
-            value.stream = ostradb::python::MakeOutputStream(src);
+            value.stream = Make(src);
         return true;
     }
-    static handle cast(const ostradb::python::DestinationArg&, return_value_policy, handle) {
-        return none().release();
-    }
-};
-
-template <>
-struct type_caster<ostradb::python::SourceArg> {
-    PYBIND11_TYPE_CASTER(ostradb::python::SourceArg,
-                         const_name("str | os.PathLike[str] | bytes | BinaryIO"));
-    bool load(handle src, bool) {
-        if (ostradb::python::IsPath(src))
-            value.path = src.cast<std::filesystem::path>();
-        else
-            value.stream = ostradb::python::MakeInputStream(src);
-        return true;
-    }
-    static handle cast(const ostradb::python::SourceArg&, return_value_policy, handle) {
-        return none().release();
-    }
+    static handle cast(const Arg&, return_value_policy, handle) { return none().release(); }
 };
 
 }  // namespace pybind11::detail
