@@ -124,8 +124,9 @@ public:
     }
 
     void Login() {
+        CallScope scope(client_.protocol());
+        scope.Run([&] { client_.login(); });
         closed_ = false;
-        Call([](Client& c) { c.login(); });
     }
 
     void Close() {

@@ -98,7 +98,8 @@ public:
     }
 
     void Done() {
-        cls_.def(py::init([setters = setters_](const py::kwargs& values) {
+        // The fields named in a dict, as keywords or a pickled state give them.
+        auto make = [setters = setters_](const py::dict& values) {
             T object{};
             for (auto [key, value] : values) {
                 const std::string name = py::str(key);
@@ -107,7 +108,16 @@ public:
                 it->second(object, value);
             }
             return object;
-        }));
+        };
+        cls_.def(py::init([make](const py::kwargs& values) { return make(values); }));
+        cls_.def(py::pickle(
+            [](py::handle self) {
+                py::dict state;
+                for (py::handle name : FieldNames(self))
+                    state[name] = self.attr(name);
+                return state;
+            },
+            make));
         cls_.attr("_fields") = py::tuple(py::cast(names_));
         cls_.def("__repr__", [](py::handle self) { return Repr(self); });
         cls_.def(

@@ -1,8 +1,10 @@
 """The high-level client against the sandbox: from the databases to a file's bytes and back,
 filters and search, the result objects, and the connection taken from the environment."""
 
+import copy
 import io
 import os
+import pickle
 import threading
 import xml.etree.ElementTree as ET
 from pathlib import Path
@@ -19,6 +21,7 @@ def test_walk_from_databases_to_a_download(client, tmp_path):
     assert [level.type for level in north.levels] == ["%field", "%well", "%survey"]
     assert client.structure("north sea demo") == client.structure(north.id) == north.levels
     assert north.to_dict()["levels"][1] == north.levels[1].to_dict() and "title" in repr(north)
+    assert pickle.loads(pickle.dumps(north)) == copy.deepcopy(north) == north
 
     wells = client.levels(north, "Eastfield")
     assert {w.value for w in wells} == {"15-ST1", "33", "N1", "N2"}
