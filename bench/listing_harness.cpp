@@ -144,17 +144,31 @@ std::string FilesBytes(int from, int to, bool tables) {
     return wire::EncodeText(utf8);
 }
 
-ListingServer::ListingServer(int files, std::string_view whole) : files_(files), whole_(whole) {
-    listener_ = socket(AF_INET, SOCK_STREAM, 0);
+int ListenOnLoopback(int& port) {
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t len = sizeof addr;
-    if (listener_ < 0 || bind(listener_, reinterpret_cast<sockaddr*>(&addr), len) != 0 ||
-        listen(listener_, 4) != 0 ||
-        getsockname(listener_, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
+    if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&addr), len) != 0 || listen(fd, 4) != 0 ||
+        getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0)
         std::abort();
-    port_ = ntohs(addr.sin_port);
+    port = ntohs(addr.sin_port);
+    return fd;
+}
+
+bool SendAll(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t n = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (n <= 0) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(n));
+    }
+    return true;
+}
+
+ListingServer::ListingServer(int files, std::string_view whole, std::int64_t payload)
+    : files_(files), whole_(whole), payload_(payload) {
+    listener_ = ListenOnLoopback(port_);
     thread_ = std::thread([this] { Serve(); });
 }
 
@@ -187,15 +201,24 @@ bool ListingServer::Answer(int fd, const std::string& request) {
     std::size_t total = 0;
     auto put = [&](std::string_view bytes) {
         total += bytes.size();
-        while (!bytes.empty()) {
-            const ssize_t n = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-            if (n <= 0) return false;
-            bytes.remove_prefix(static_cast<std::size_t>(n));
-        }
-        return true;
+        return SendAll(fd, bytes);
     };
     if (const std::string small = SmallAnswer(request); !small.empty()) return put(small);
+    if (request.find("\"get_file_contents\"") != std::string::npos) {
+        static const std::string chunk(std::size_t{1} << 20, 'p');
+        bool ok = SendAll(fd, "<?xml version=\"1.0\" encoding=\"Windows-1251\"?>\r\n"
+                              "<packet bin_data_size=\"" +
+                                  std::to_string(payload_) + "\">\r\n<answer/>\r\n</packet>\r\n");
+        for (std::int64_t left = payload_; ok && left > 0; left -= std::ssize(chunk))
+            ok = SendAll(fd, std::string_view(chunk).substr(
+                                 0, static_cast<std::size_t>(std::min<std::int64_t>(
+                                        left, std::ssize(chunk)))));
+        return ok;
+    }
     const bool search = request.find("\"search\"") != std::string::npos;
+    if (!search && request.find("\"get_log_level_files\"") == std::string::npos)
+        return put("<?xml version=\"1.0\" encoding=\"Windows-1251\"?>\r\n<packet><answer/>"
+                   "</packet>\r\n");
     const bool tables = request.find("include_tables=\"true\"") != std::string::npos;
     bool ok = true;
     if (!whole_.empty() && !search && tables) {
@@ -257,12 +280,16 @@ ChildRun RunChild(const std::vector<std::string>& argv, const std::vector<std::s
     return run;
 }
 
-bool RunListing(int port, const char* mode, int runs, Report& out) {
+std::vector<std::string> Environment() {
     std::vector<std::string> env;
     for (char** e = environ; *e; ++e)
         env.emplace_back(*e);
-    const ChildRun run =
-        RunChild({OSTRADB_BENCH_LISTING, std::to_string(port), mode, std::to_string(runs)}, env);
+    return env;
+}
+
+bool RunListing(int port, const char* mode, int runs, Report& out) {
+    const ChildRun run = RunChild(
+        {OSTRADB_BENCH_LISTING, std::to_string(port), mode, std::to_string(runs)}, Environment());
     return run.ok &&
            std::sscanf(run.out.c_str(), "%lf %lf %lf %lf", &out[0], &out[1], &out[2], &out[3]) == 4;
 }

@@ -8,6 +8,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -26,13 +27,19 @@ inline constexpr const char* kDatabase = "Западная Сибирь";
 // their plansheets.
 std::string FilesBytes(int from, int to, bool tables = true);
 
+// A socket listening on a free port of 127.0.0.1, which it puts into port; aborts when there
+// is none.
+int ListenOnLoopback(int& port);
+// Sends all of bytes; false when the peer has gone.
+bool SendAll(int fd, std::string_view bytes);
+
 // A loopback server answering every connection, one request after another. A level-file
 // listing has files files (with tables when the request asks for them): whole, when given,
 // else made as it is sent, so that the server holds little; a search finds the same number
-// of file names.
+// of file names; any file's contents are payload bytes.
 class ListingServer {
 public:
-    explicit ListingServer(int files, std::string_view whole = {});
+    explicit ListingServer(int files, std::string_view whole = {}, std::int64_t payload = 0);
     ~ListingServer();
     ListingServer(const ListingServer&) = delete;
     ListingServer& operator=(const ListingServer&) = delete;
@@ -47,6 +54,7 @@ private:
 
     int files_;
     std::string_view whole_;
+    std::int64_t payload_;
     int listener_ = -1;
     int port_ = 0;
     std::atomic<std::size_t> answerBytes_{0};
@@ -68,6 +76,8 @@ struct ChildRun {
 // error to the benchmark's; firstLines: how many lines firstLinesMs waits for.
 ChildRun RunChild(const std::vector<std::string>& argv, const std::vector<std::string>& env,
                   std::size_t firstLines = 1);
+// This process's environment, to run a child in.
+std::vector<std::string> Environment();
 
 // What a listing process (bench/listing_client) reported: best milliseconds, peak resident
 // KiB, heap held by the list in bytes, files.

@@ -63,6 +63,23 @@ class FileError(Error, OSError):
     """A local file could not be opened, read or written."""
 
 
+class ArgumentError(Error, ValueError):
+    """An argument, environment variable or settings file that cannot be used (a port that is
+    no number, a filter without "->", an unknown connection name), or a password that nothing
+    supplied; nothing was sent for the call."""
+
+
+class NotFoundError(Error, LookupError):
+    """A database, level, level value, user or group that the server does not have; the
+    message names what there is instead. ``kind`` says which ("database", "level",
+    "level_value", "user" or "group"), ``name`` is the name as given."""
+
+    def __init__(self, text, kind=None, name=None):
+        super().__init__(text)
+        self.kind = kind
+        self.name = name
+
+
 __all__ = [
     "Error",
     "ServerError",
@@ -73,4 +90,6 @@ __all__ = [
     "EncodingError",
     "ConvertError",
     "FileError",
+    "ArgumentError",
+    "NotFoundError",
 ]

@@ -43,5 +43,7 @@ using ProtocolClass = py::class_<TOstraDbProtocol>;
 void BindSession(ProtocolClass& c);       // session.cpp: connection, state, hooks, exchange
 void BindCommands(ProtocolClass& c);      // commands.cpp: files, catalog, levels, search, admin
 void BindWellCommands(ProtocolClass& c);  // well_commands.cpp: well contents, trunks, data layer
+void BindResults(py::module_& m);         // results.cpp: the high-level client's result values
+void BindClient(py::module_& m);          // client.cpp: the high-level client and connect()
 
 }  // namespace ostradb::python

@@ -5,7 +5,9 @@
 
 #include "callbacks.hpp"
 
+#include <cstdint>
 #include <exception>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -114,11 +116,15 @@ struct LoginDialog {
     }
 };
 
+Callable Share(py::object fn) {
+    return std::make_shared<const PyCallable>(std::move(fn));
+}
+
 }  // namespace
 
 TInfoPacketEvent MakeInfoHandler(py::object fn) {
     if (fn.is_none()) return {};
-    return InfoHandler{std::make_shared<const PyCallable>(std::move(fn))};
+    return InfoHandler{Share(std::move(fn))};
 }
 
 py::object InfoHandlerCallable(const TInfoPacketEvent& handler) {
@@ -128,33 +134,64 @@ py::object InfoHandlerCallable(const TInfoPacketEvent& handler) {
 
 TLoginDialogEvent MakeLoginDialog(py::object fn) {
     if (fn.is_none()) return {};
-    return LoginDialog{std::make_shared<const PyCallable>(std::move(fn))};
+    return LoginDialog{Share(std::move(fn))};
 }
 
 TMessageBoxEvent MakeMessageBox(py::object fn) {
     if (fn.is_none()) return {};
-    return [fn = Callable(std::make_shared<const PyCallable>(std::move(fn)))](
-               const std::string& text) { Invoke([&] { return (fn->fn()(Text(text)), 0); }, 0); };
+    return [fn = Share(std::move(fn))](const std::string& text) {
+        Invoke([&] { return (fn->fn()(Text(text)), 0); }, 0);
+    };
 }
 
 TPacketTraceEvent MakePacketTrace(py::object fn) {
     if (fn.is_none()) return {};
-    return [fn = Callable(std::make_shared<const PyCallable>(std::move(fn)))](
-               bool request, std::string_view text) {
+    return [fn = Share(std::move(fn))](bool request, std::string_view text) {
         Invoke([&] { return (fn->fn()(request, Text(text)), 0); }, 0);
     };
 }
 
 TConnectionSettings::AskUserHandler MakeAskUser(py::object fn) {
     if (fn.is_none()) return {};
-    return [fn = Callable(std::make_shared<const PyCallable>(std::move(fn)))](
-               TConnectionSettings& settings) {
+    return [fn = Share(std::move(fn))](TConnectionSettings& settings) {
         return Invoke(
             [&] {
                 return fn->fn()(py::cast(&settings, py::return_value_policy::reference))
                     .cast<bool>();
             },
             false);
+    };
+}
+
+ProgressCallback MakeProgress(py::object fn) {
+    if (fn.is_none()) return {};
+    return [fn = Share(std::move(fn))](std::int64_t done, std::int64_t total) {
+        Invoke([&] { return (fn->fn()(done, total), 0); }, 0);
+    };
+}
+
+JobProgressCallback MakeJobProgress(py::object fn) {
+    if (fn.is_none()) return {};
+    return [fn = Share(std::move(fn))](const std::map<std::string, std::string>& info) {
+        Invoke(
+            [&] {
+                py::dict fields;
+                for (const auto& [name, value] : info)
+                    fields[Text(name)] = Text(value);
+                return (fn->fn()(fields), 0);
+            },
+            0);
+    };
+}
+
+WarningCallback MakeWarning() {
+    return [](const std::string& text) {
+        Invoke(
+            [&] {
+                py::module_::import("warnings").attr("warn")(Text(text), py::arg("stacklevel") = 2);
+                return 0;
+            },
+            0);
     };
 }
 

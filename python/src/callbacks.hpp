@@ -6,6 +6,7 @@
 #include <pybind11/pybind11.h>
 
 #include "casters.hpp"
+#include "ostradb/client/client.hpp"
 #include "ostradb/protocol/connection_settings.hpp"
 #include "ostradb/protocol/ostradb_protocol.hpp"
 
@@ -22,5 +23,11 @@ TMessageBoxEvent MakeMessageBox(py::object fn);
 TPacketTraceEvent MakePacketTrace(py::object fn);
 // fn(settings) -> bool.
 TConnectionSettings::AskUserHandler MakeAskUser(py::object fn);
+// fn(done, total) for the high-level client's transfers.
+ProgressCallback MakeProgress(py::object fn);
+// fn(info: dict[str, str]) for the high-level client's server jobs.
+JobProgressCallback MakeJobProgress(py::object fn);
+// Hands connection warnings to Python's warnings.warn.
+WarningCallback MakeWarning();
 
 }  // namespace ostradb::python

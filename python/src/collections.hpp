@@ -1,14 +1,16 @@
 #pragma once
 
 // The library's collections as Python sequences: len, indexing (negative indices too) and
-// iteration give the items themselves, not copies, as in C++. An item stays valid as long as
-// its collection holds it: clearing the collection, deleting the item or filling the
-// collection again by a command ends it.
+// iteration give the items themselves, not copies, as in C++. An item taken out stays usable
+// after its collection drops it (cleared, the item deleted, filled again by a command): it
+// lives on, detached, as long as Python refers to it (item_refs.hpp).
 
 #include <string>
 #include <type_traits>
 
 #include <pybind11/pybind11.h>
+
+#include "item_refs.hpp"
 
 namespace ostradb::python {
 
@@ -32,7 +34,7 @@ py::class_<C, Bases...> BindCollection(py::handle scope, const char* name) {
         .def("__len__", [](const C& c) { return c.Count(); })
         .def(
             "__getitem__", [](C& c, Py_ssize_t i) -> T& { return c[ItemIndex(c.Count(), i)]; },
-            py::return_value_policy::reference_internal)
+            ItemRef())
         .def("__delitem__", [](C& c, Py_ssize_t i) { c.Delete(ItemIndex(c.Count(), i)); })
         .def("Count", [](const C& c) { return c.Count(); })
         .def("Clear", [](C& c) { c.Clear(); })
@@ -40,7 +42,7 @@ py::class_<C, Bases...> BindCollection(py::handle scope, const char* name) {
             "Delete", [](C& c, int i) { c.Delete(i); }, py::arg("i"));
     if constexpr (std::is_default_constructible_v<T>)
         cls.def(
-            "Add", [](C& c) -> T& { return c.Add(); }, py::return_value_policy::reference_internal);
+            "Add", [](C& c) -> T& { return c.Add(); }, ItemRef());
     return cls;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "binding.hpp"
+#include "ostradb/client/errors.hpp"
 
 namespace ostradb::python {
 
@@ -11,7 +12,8 @@ namespace {
 
 // The classes of ostradb.errors, kept for the life of the process.
 struct ErrorClasses {
-    py::handle error, server, connection, timeout, busy, interrupted, encoding, convert, file;
+    py::handle error, server, connection, timeout, busy, interrupted, encoding, convert, file,
+        argument, notFound;
 };
 
 const ErrorClasses& Classes() {
@@ -20,17 +22,25 @@ const ErrorClasses& Classes() {
         auto get = [&](const char* name) { return py::object(errors.attr(name)).release(); };
         return ErrorClasses{get("Error"),         get("ServerError"),  get("ConnectionError"),
                             get("TimeoutError"),  get("BusyError"),    get("InterruptedError"),
-                            get("EncodingError"), get("ConvertError"), get("FileError")};
+                            get("EncodingError"), get("ConvertError"), get("FileError"),
+                            get("ArgumentError"), get("NotFoundError")};
     }();
     return classes;
 }
 
-void Raise(py::handle cls, const char* message, int code = -1) {
+py::str Text(const std::string& text) {
+    PyObject* s =
+        PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace");
+    if (!s) throw py::error_already_set();
+    return py::reinterpret_steal<py::str>(s);
+}
+
+// Raises cls(message, *extra).
+void Raise(py::handle cls, const char* message, const py::tuple& extra = py::tuple()) {
     PyObject* text =
         PyUnicode_DecodeUTF8(message, static_cast<Py_ssize_t>(std::strlen(message)), "replace");
     if (!text) return;
-    py::object args = code < 0 ? py::make_tuple(py::reinterpret_steal<py::str>(text))
-                               : py::make_tuple(py::reinterpret_steal<py::str>(text), code);
+    py::object args = py::make_tuple(py::reinterpret_steal<py::str>(text)) + extra;
     PyObject* exception = PyObject_Call(cls.ptr(), args.ptr(), nullptr);
     if (!exception) return;
     PyErr_SetObject(cls.ptr(), exception);
@@ -47,7 +57,7 @@ void Translate(std::exception_ptr failure) {
         else if (e.Code == ecTerminated)
             Raise(c.interrupted, e.what());
         else
-            Raise(c.server, e.what(), e.Code);
+            Raise(c.server, e.what(), py::make_tuple(e.Code));
     } catch (const ETimeoutError& e) {
         Raise(c.timeout, e.what());
     } catch (const ESocketError& e) {
@@ -60,6 +70,12 @@ void Translate(std::exception_ptr failure) {
         Raise(c.convert, e.what());
     } catch (const EFileError& e) {
         Raise(c.file, e.what());
+    } catch (const ENotFoundError& e) {
+        static const char* const kinds[] = {"database", "level", "level_value", "user", "group"};
+        Raise(c.notFound, e.what(),
+              py::make_tuple(kinds[static_cast<int>(e.kind())], Text(e.name())));
+    } catch (const EArgumentError& e) {
+        Raise(c.argument, e.what());
     } catch (const Error& e) {
         Raise(c.error, e.what());
     }

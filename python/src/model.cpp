@@ -8,7 +8,8 @@ namespace ostradb::python {
 
 namespace {
 
-constexpr auto ref = py::return_value_policy::reference_internal;
+// Items handed out stay usable when their collection drops them.
+constexpr ItemRef ref{};
 
 void BindStructures(py::module_& m) {
     py::class_<TDbStructItem> item(m, "TDbStructItem");

@@ -3,6 +3,7 @@
 
 #include "binding.hpp"
 #include "call.hpp"
+#include "item_refs.hpp"
 
 PYBIND11_MODULE(_ostradb, m) {
     namespace py = pybind11;
@@ -25,6 +26,9 @@ PYBIND11_MODULE(_ostradb, m) {
     BindSession(protocol);
     BindCommands(protocol);
     BindWellCommands(protocol);
+    BindResults(m);
+    BindClient(m);
+    InstallItemKeeper();
     m.def("OstraDbProtocol", &OstraDbProtocol, py::return_value_policy::reference,
           "The process-wide client, created on the first call.");
     m.def("OstraDbProtocolInitialized", &OstraDbProtocolInitialized);

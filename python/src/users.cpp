@@ -8,7 +8,8 @@ namespace ostradb::python {
 
 namespace {
 
-constexpr auto ref = py::return_value_policy::reference_internal;
+// Items handed out stay usable when their collection drops them.
+constexpr ItemRef ref{};
 
 void BindAccessModel(py::module_& m) {
     py::class_<TRights::TRightItem> right(m, "TRightItem");
@@ -92,8 +93,12 @@ void BindAccessModel(py::module_& m) {
             std::vector<const TUserGroup*> found;
             u.GetGroups(groups.cast<const TUserGroups&>(), found);
             py::list list;
-            for (const TUserGroup* group : found)
-                list.append(py::cast(group, ref, groups));
+            for (const TUserGroup* group : found) {
+                py::object item =
+                    py::cast(group, py::return_value_policy::reference_internal, groups);
+                KeepItem(item);
+                list.append(item);
+            }
             return list;
         },
         "groups"_a, "The groups of groups that contain this user (a list, where C++ fills one).");

@@ -9,7 +9,8 @@ namespace ostradb::python {
 
 namespace {
 
-constexpr auto ref = py::return_value_policy::reference_internal;
+// Items handed out stay usable when their collection drops them.
+constexpr ItemRef ref{};
 
 void BindWellContentTypes(py::module_& m) {
     DeclaredClass<TStratumItem, Persistent>(m, "TStratumItem")

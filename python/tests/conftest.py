@@ -31,9 +31,23 @@ class Sandbox:
         p.Login(user, password)
         return p
 
+    def connect(self, user="admin", password="admin", **options):
+        return ostradb.connect(**{"host": "127.0.0.1", "port": self.port, "user": user,
+                                  "password": password, **options})
+
     def stop(self):
         self.process.terminate()
         self.process.wait(timeout=30)
+
+
+@pytest.fixture(scope="session", autouse=True)
+def isolated_settings(tmp_path_factory):
+    """Connections see neither the developer's environment nor their settings files."""
+    with pytest.MonkeyPatch.context() as patch:
+        for name in [n for n in os.environ if n.startswith("OSTRADB_") and n != "OSTRADB_SANDBOX"]:
+            patch.delenv(name)
+        patch.setenv("OSTRADB_CONFIG_DIR", str(tmp_path_factory.mktemp("config")))
+        yield
 
 
 @pytest.fixture(scope="session")
@@ -64,6 +78,12 @@ def slow_sandbox(tmp_path_factory):
 def admin(sandbox):
     with sandbox.client() as p:
         yield p
+
+
+@pytest.fixture
+def client(sandbox):
+    with sandbox.connect() as c:
+        yield c
 
 
 def catalog_files(p):

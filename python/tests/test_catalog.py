@@ -122,3 +122,31 @@ def test_declared_properties_convert_by_their_type():
     again = ostradb.TLevelFile()
     ostradb.LoadFromXMLString(again, "File", False, text)
     assert repr(again) == repr(f) and "IsMain=True" in repr(f)
+
+
+def test_items_taken_out_outlive_their_collection(admin):
+    """An item (or an item within one) taken from a collection that is then cleared, refilled
+    by a command or has the item deleted stays usable and keeps its values, detached from the
+    collection: it neither dangles nor changes the collection any more."""
+    dbs = ostradb.TDatabasesList()
+    admin.RequestDatabasesListEx(dbs, True)
+    first = dbs.Items[0]
+    level, found = first.Structure.Items[0], dbs.FindByName(first.Name)
+    files = ostradb.TLevelFilesList()
+    flags = {ostradb.rffInclFilePath, ostradb.rffInclTables, ostradb.rffInclCurves}
+    admin.RequestFiles(files, first.Id, [], flags)
+    file, last = files.Files[0], files.Files[-1]
+    curves = file.GetTable(0).Curves
+    curve = curves[0]
+    before = [(first.Name, level.Type, found.Id), (file.Name, last.Name, curve.Name, len(curves))]
+
+    admin.RequestDatabasesListEx(dbs, True)
+    del files.Files[-1]
+    files.Clear()
+    # Reuse the freed memory, so that a dangling item would show other values or crash.
+    churn = [ostradb.TLevelFile(Name=str(i) * 40) for i in range(20000)]
+    admin.RequestFiles(files, dbs.Items[-1].Id, [], flags)
+    after = [(first.Name, level.Type, found.Id), (file.Name, last.Name, curve.Name, len(curves))]
+    assert after == before and churn
+    first.Name = "detached"
+    assert dbs.Items[0].Name == before[0][0] and files.Files[0].Name != file.Name

@@ -26,11 +26,13 @@ HEADER = '''\
 # or tuple of str does too. XML documents and elements are XML text. Payloads go to binary file
 # objects or bytearrays and come from binary file objects, bytes or other buffers.
 #
-# Items of collections are the items themselves, not copies: they are valid while their
-# collection holds them (clearing it, or a command filling it again, ends them). An object
-# passed to a call belongs to the call until it returns: leave it alone in other threads.
+# Items of collections are the items themselves, not copies. An item taken out stays usable
+# when its collection drops it (cleared, the item deleted, filled again by a command): it lives
+# on, detached from the collection. An object passed to a call belongs to the call until it
+# returns: leave it alone in other threads.
 
 import datetime
+import os
 from typing import (Any, BinaryIO, Callable, ClassVar, Dict, Iterable, Iterator, List, Optional,
                     Sequence, Tuple, overload)
 

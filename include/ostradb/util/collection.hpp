@@ -15,9 +15,21 @@
 
 namespace ostradb {
 
+// What a collection does with an item it removes or drops: it deletes it, unless a keeper is
+// installed and takes it. A host that lets code outside C++ hold references to items (the
+// Python binding) installs one: it takes the items that are still referred to and deletes them
+// once the references are gone, so that such an item lives on, detached from its collection,
+// instead of dangling. identity is the address of the whole object (of the most derived
+// object for a polymorphic item); destroy deletes item. The keeper says whether it took the
+// item; it may be called on any thread.
+using ItemKeeper = bool (*)(const void* identity, void* item, void (*destroy)(void*)) noexcept;
+// Installs the keeper (null: none); for the life of the process.
+OSTRADB_API void SetItemKeeper(ItemKeeper keeper) noexcept;
+
 namespace detail {
 [[noreturn]] OSTRADB_API void ThrowListIndex(long long index, std::size_t count);
-}
+OSTRADB_API ItemKeeper CurrentItemKeeper() noexcept;
+}  // namespace detail
 
 // What the serializer needs of any collection: it writes each item as an "Item" child and
 // reads one new item per "Item" child.
@@ -36,6 +48,7 @@ public:
 // An owning, ordered collection of items of one class. Items live on the heap, so references
 // to them stay valid while other items are added or removed. Copies are deep: an item class
 // with an Assign(const T&) member is copied through it, any other through its copy constructor.
+// Items removed, replaced or dropped with the collection go through the item keeper.
 template <class T>
 class Collection : public CollectionBase {
 public:
@@ -48,8 +61,14 @@ public:
         if (this != &other) Assign(other);
         return *this;
     }
-    Collection& operator=(Collection&&) noexcept = default;
-    ~Collection() override = default;
+    Collection& operator=(Collection&& other) noexcept {
+        if (this != &other) {
+            Drop(items_);
+            items_ = std::move(other.items_);
+        }
+        return *this;
+    }
+    ~Collection() override { Drop(items_); }
 
     int Count() const override { return static_cast<int>(items_.size()); }
     bool Empty() const { return items_.empty(); }
@@ -76,7 +95,11 @@ public:
         return **items_.insert(items_.begin() + i, std::move(item));
     }
 
-    void Delete(int i) { items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(Checked(i))); }
+    void Delete(int i) {
+        const auto it = items_.begin() + static_cast<std::ptrdiff_t>(Checked(i));
+        Drop(*it);
+        items_.erase(it);
+    }
     // Removes the item at i and hands it to the caller.
     std::unique_ptr<T> Extract(int i) {
         auto it = items_.begin() + static_cast<std::ptrdiff_t>(Checked(i));
@@ -84,7 +107,10 @@ public:
         items_.erase(it);
         return item;
     }
-    void Clear() override { items_.clear(); }
+    void Clear() override {
+        Drop(items_);
+        items_.clear();
+    }
     void Exchange(int i, int j) { std::swap(items_[Checked(i)], items_[Checked(j)]); }
     void Move(int from, int to) {
         auto item = Extract(from);
@@ -105,7 +131,8 @@ public:
         copies.reserve(other.items_.size());
         for (const auto& src : other.items_)
             copies.push_back(CopyItem(*src));
-        items_ = std::move(copies);
+        items_.swap(copies);
+        Drop(copies);
     }
 
     // Reorders the items by a strict weak ordering on items.
@@ -164,6 +191,21 @@ private:
         if (i < 0 || static_cast<std::size_t>(i) >= items_.size())
             detail::ThrowListIndex(i, items_.size());
         return static_cast<std::size_t>(i);
+    }
+    // Hands the item to the keeper, which may take it (the pointer is then empty); what stays
+    // is deleted with the pointer.
+    static void Drop(std::unique_ptr<T>& item) noexcept {
+        const ItemKeeper keeper = detail::CurrentItemKeeper();
+        if (!keeper || !item) return;
+        const void* identity = item.get();
+        if constexpr (std::is_polymorphic_v<T>) identity = dynamic_cast<const void*>(item.get());
+        if (keeper(identity, item.get(), [](void* p) { delete static_cast<T*>(p); }))
+            item.release();
+    }
+    static void Drop(std::vector<std::unique_ptr<T>>& items) noexcept {
+        if (!detail::CurrentItemKeeper()) return;
+        for (std::unique_ptr<T>& item : items)
+            Drop(item);
     }
     static std::unique_ptr<T> CopyItem(const T& src) {
         if constexpr (requires(T & a, const T& b) { a.Assign(b); }) {
