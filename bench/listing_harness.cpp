@@ -206,19 +206,22 @@ bool ListingServer::Answer(int fd, const std::string& request) {
     if (const std::string small = SmallAnswer(request); !small.empty()) return put(small);
     if (request.find("\"get_file_contents\"") != std::string::npos) {
         static const std::string chunk(std::size_t{1} << 20, 'p');
-        bool ok = SendAll(fd, "<?xml version=\"1.0\" encoding=\"Windows-1251\"?>\r\n"
-                              "<packet bin_data_size=\"" +
-                                  std::to_string(payload_) + "\">\r\n<answer/>\r\n</packet>\r\n");
+        bool ok = SendAll(fd,
+                          "<?xml version=\"1.0\" encoding=\"Windows-1251\"?>\r\n"
+                          "<packet bin_data_size=\"" +
+                              std::to_string(payload_) + "\">\r\n<answer/>\r\n</packet>\r\n");
         for (std::int64_t left = payload_; ok && left > 0; left -= std::ssize(chunk))
-            ok = SendAll(fd, std::string_view(chunk).substr(
-                                 0, static_cast<std::size_t>(std::min<std::int64_t>(
-                                        left, std::ssize(chunk)))));
+            ok = SendAll(
+                fd,
+                std::string_view(chunk).substr(
+                    0, static_cast<std::size_t>(std::min<std::int64_t>(left, std::ssize(chunk)))));
         return ok;
     }
     const bool search = request.find("\"search\"") != std::string::npos;
     if (!search && request.find("\"get_log_level_files\"") == std::string::npos)
-        return put("<?xml version=\"1.0\" encoding=\"Windows-1251\"?>\r\n<packet><answer/>"
-                   "</packet>\r\n");
+        return put(
+            "<?xml version=\"1.0\" encoding=\"Windows-1251\"?>\r\n<packet><answer/>"
+            "</packet>\r\n");
     const bool tables = request.find("include_tables=\"true\"") != std::string::npos;
     bool ok = true;
     if (!whole_.empty() && !search && tables) {

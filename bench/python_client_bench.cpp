@@ -38,8 +38,8 @@ bool Run(const std::vector<std::string>& args, Figures& out) {
 
 void BM_PythonClientVsCpp(benchmark::State& state) {
     const bool get = state.range(0) != 0;
-    static const std::string listing = std::string(bench::kHead) + bench::FilesBytes(0, kFiles) +
-                                       std::string(bench::kTail);
+    static const std::string listing =
+        std::string(bench::kHead) + bench::FilesBytes(0, kFiles) + std::string(bench::kTail);
     bench::ListingServer server(kFiles, listing, kPayload);
     const std::string port = std::to_string(server.Port());
     const std::string file = std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") +

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "client/password_file.hpp"
+#include "client/session.hpp"
 #include "fuzz.hpp"
 #include "ostradb/model/databases.hpp"
 #include "ostradb/model/level_files.hpp"
@@ -25,6 +27,8 @@
 #include "ostradb/util/text.hpp"
 #include "ostradb/util/variant.hpp"
 #include "ostradb/util/well_names.hpp"
+#include "protocol/answer_stream.hpp"
+#include "protocol/list_answers.hpp"
 #include "protocol/packet_reader.hpp"
 #include "protocol/wire.hpp"
 
@@ -155,6 +159,55 @@ void LevelFiles(std::string_view input) {
             files.LoadFromApiXML(root);
             check(files);
         });
+}
+
+// A listing packet read as it arrives, in pieces whose size the first byte gives: the same
+// outcome as fed whole, and, where the whole packet also parses, the files a reader of the
+// parsed answer finds.
+void ListStream(std::string_view input) {
+    if (input.empty()) return;
+    const std::size_t piece = 1 + static_cast<unsigned char>(input[0]) % 64;
+    input.remove_prefix(1);
+    TDbStruct structure;
+    for (const char* type : {"%field", "%well"})
+        structure.AddNewItem().Type = type;
+    auto streamed = [&](std::size_t size) {
+        TLevelFilesList list;
+        detail::FileRecords sink(list, &structure);
+        detail::AnswerReader reader(&sink, std::size_t{1} << 16);
+        pugi::xml_document doc;
+        if (!Try([&] {
+                for (std::size_t at = 0; at < input.size(); at += size)
+                    reader.Feed(input.substr(at, size));
+                reader.Finish(doc);
+                sink.Complete();
+            }))
+            return std::string("refused");
+        return SaveToXMLString(list, "L", false);
+    };
+    const std::string whole = streamed(input.size());
+    FUZZ_CHECK_SAME(streamed(piece), whole);
+    std::string parsed = "refused";
+    Try([&] {
+        pugi::xml_document doc;
+        wire::ParsePacket(wire::DecodeText(input), doc);
+        TLevelFilesList list;
+        list.ReadFromXml(xml::Child(doc.document_element(), "answer"), &structure);
+        parsed = SaveToXMLString(list, "L", false);
+    });
+    if (whole != "refused" && parsed != "refused") FUZZ_CHECK_SAME(whole, parsed);
+}
+
+// The password file's text and a packet's announced payload size, both read by the client.
+void ClientText(std::string_view input) {
+    const std::optional<std::string> found = detail::PasswordIn(input, "host", 22344, "admin");
+    // A last line that matches everything is found unless an earlier one matched.
+    const std::string fallback = std::string(input) + "\n*:*:*:fallback";
+    FUZZ_CHECK_SAME(detail::PasswordIn(fallback, "host", 22344, "admin").value_or("none"),
+                    found.value_or("fallback"));
+    const std::int64_t size = detail::AnnouncedPayloadSize(input);
+    FUZZ_CHECK(size == -1 ||
+               (size >= 0 && input.find("bin_data_size=\"") != std::string_view::npos));
 }
 
 void Levels(std::string_view input) {
@@ -446,6 +499,8 @@ constexpr Named kTargets[] = {
     {"well_names", WellNames},
     {"admin", Admin},
     {"exchange", Exchange},
+    {"list_stream", ListStream},
+    {"client_text", ClientText},
 };
 
 }  // namespace

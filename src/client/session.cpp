@@ -78,7 +78,7 @@ std::int64_t AnnouncedPayloadSize(std::string_view text) {
     const std::string_view digits = tag.substr(at + kAttr.size());
     std::int64_t size = -1;
     std::from_chars(digits.data(), digits.data() + digits.size(), size);
-    return size;
+    return size < 0 ? -1 : size;
 }
 
 Database ToDatabase(const TDatabaseInfo& info, bool withLevels) {

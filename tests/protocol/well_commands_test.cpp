@@ -124,7 +124,8 @@ TEST_F(WellCommands, FileListCommandsSendCheckedCopiesAndReadTheirAnswers) {
                   texts.FilesToFix(0).SameIdentCount, texts.FilesToFix(1).SameIdentCount,
                   Joined(texts.Names), noInfo.GetCount()),
               "2|a.ws|2|-1|Ю1|Ю2||0|");
-    EXPECT_EQ(WsInfoRead(info) + WsInfoRead(views), "1|a.ws|T1|Осн|main|ГК|1|b.ws|T2|Второй|gis|ПС|");
+    EXPECT_EQ(WsInfoRead(info) + WsInfoRead(views),
+              "1|a.ws|T1|Осн|main|ГК|1|b.ws|T2|Второй|gis|ПС|");
     EXPECT_EQ(Row(Joined(idents), Joined(stratumIdents), Joined(plansheets), curves.Count(),
                   curves.Item(0).Curve, curves.Item(0).Count, curves.Item(0).Top,
                   curves.Item(0).OnPlanCount),

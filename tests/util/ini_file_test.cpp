@@ -110,11 +110,11 @@ TEST_F(IniFile, ReadsHandWrittenFiles) {
     ini.ReadSections(sections);
     ini.ReadSection("T", keys);
     // A UTF-8 file is read as UTF-8; quotes are part of the value.
-    EXPECT_EQ(Row(ini.ReadString("S", "A", ""), ini.ReadString("S", "B", ""),
-                  ini.ReadString("S", "C", ""), ini.ValueExists("S", "#D"),
-                  ini.ReadInteger("T", "E", 0), ini.ReadString("T", "Ж", ""),
-                  sections.CommaText(), keys.CommaText()),
-              "\"quoted\"|spaced|\"|0|1|ё😀|S,T|E,Ж,F,G|");
+    EXPECT_EQ(
+        Row(ini.ReadString("S", "A", ""), ini.ReadString("S", "B", ""),
+            ini.ReadString("S", "C", ""), ini.ValueExists("S", "#D"), ini.ReadInteger("T", "E", 0),
+            ini.ReadString("T", "Ж", ""), sections.CommaText(), keys.CommaText()),
+        "\"quoted\"|spaced|\"|0|1|ё😀|S,T|E,Ж,F,G|");
     // What Windows-1251 cannot hold is not written back.
     const std::string before = ReadFile(file);
     EXPECT_THROW(ini.UpdateFile(), EEncodingError);
