@@ -376,7 +376,8 @@ bool AnswerReader::StartTag() {
             onPath_ = 1;
             seen_.assign(sink_->Path().size() + 2, false);
         }
-    } else if (records_ && depth == onPath_ && depth <= sink_->Path().size() && !seen_[depth] &&
+    } else if (records_ && depth >= 1 && depth == onPath_ && depth <= sink_->Path().size() &&
+               !seen_[depth] &&
                name == (depth == 1 ? std::string_view("answer")
                                    : std::string_view(sink_->Path()[depth - 2]))) {
         seen_[depth] = true;

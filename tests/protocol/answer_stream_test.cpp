@@ -94,6 +94,8 @@ TEST(AnswerReader, GivesWhatTheParsedAnswerGivesFedInAnyPieces) {
         R"(<file name="y" type="3" is_main="TRUE"/></answer>)"
         R"(<answer><file name="second answer" type="1" is_main="1"/></answer></packet>)",
         AnswerPacket(),
+        // A second element after an empty root holds no records.
+        R"(<packet/><packet><answer><file name="no" type="1" is_main="1"/></answer></packet>)",
     };
     for (const std::string& answer : answers) {
         SCOPED_TRACE(answer);
