@@ -2,11 +2,9 @@
 // use, sorted listings, transfers that keep the caller's files whole, progress and time-outs.
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 #include <sstream>
 
@@ -14,6 +12,7 @@
 #include "ostradb/protocol/ostradb_protocol.hpp"
 #include "ostradb/util/well_names.hpp"
 #include "ostradb_sandbox/sandbox_server.hpp"
+#include "support/files.hpp"
 #include "support/scripted_server.hpp"
 
 namespace ostradb {
@@ -22,25 +21,8 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
-std::string ReadFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-std::set<std::string> Names(const fs::path& dir) {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(dir))
-        names.insert(entry.path().filename().string());
-    return names;
-}
-
-// Every byte value in every position modulo 256, CR, LF and zeros among them.
-std::string BinaryBytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    for (std::size_t i = 0; i < size; ++i)
-        bytes[i] = static_cast<char>((i * 131 + i / 256) & 0xFF);
-    return bytes;
-}
+using test::BinaryBytes;
+using test::ReadFile;
 
 // A stream that cannot seek, as a pipe is.
 class PipeBuf : public std::stringbuf {
@@ -68,16 +50,10 @@ protected:
 class ClientTest : public ::testing::Test {
 protected:
     ClientTest() {
-        std::string pattern = (fs::temp_directory_path() / "ostradb-client-test-XXXXXX").string();
-        dir = ::mkdtemp(pattern.data());
         sandbox::SandboxOptions options;
         options.dataDir = dir / "data";
         server = std::make_unique<sandbox::SandboxServer>(options);
         server->Start();
-    }
-    ~ClientTest() override {
-        server.reset();
-        fs::remove_all(dir);
     }
 
     Client Connect() {
@@ -88,8 +64,9 @@ protected:
         return dir / "data/databases/north-sea-demo" / relative;
     }
 
-    fs::path dir;
-    std::unique_ptr<sandbox::SandboxServer> server;
+    const test::TempDir tmp{"ostradb-client-test"};
+    const fs::path dir = tmp.Path();
+    std::unique_ptr<sandbox::SandboxServer> server;  // stopped before the directory goes
 };
 
 TEST_F(ClientTest, FindsDatabasesAndLevelPathsByNameIdOrAnyCase) {
@@ -111,7 +88,9 @@ TEST_F(ClientTest, FindsDatabasesAndLevelPathsByNameIdOrAnyCase) {
         std::set<std::string> values;
         for (const Level& level : c.levels(db, p.path))
             values.insert(level.value);
-        EXPECT_EQ(values, Names(NorthSea(p.folder))) << p.folder;
+        EXPECT_EQ(std::vector<std::string>(values.begin(), values.end()),
+                  test::ListDir(NorthSea(p.folder)))
+            << p.folder;
     }
 
     const struct {
@@ -253,7 +232,7 @@ TEST_F(ClientTest, TransfersMoveExactBytesAndAFailedDownloadKeepsTheOldFile) {
             }
         }
         EXPECT_EQ(ReadFile(target), "old") << f.why;
-        EXPECT_EQ(Names(out), std::set<std::string>{"copy.ws"}) << f.why;
+        EXPECT_EQ(test::ListDir(out), std::vector<std::string>{"copy.ws"}) << f.why;
     }
     // And the session goes on.
     EXPECT_EQ(c.get(name, out), 300000);

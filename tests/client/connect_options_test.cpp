@@ -9,6 +9,7 @@
 
 #include "ostradb/client/connect_options.hpp"
 #include "ostradb/client/errors.hpp"
+#include "support/files.hpp"
 
 namespace ostradb {
 namespace {
@@ -18,19 +19,17 @@ namespace fs = std::filesystem;
 class ConnectOptionsTest : public ::testing::Test {
 protected:
     ConnectOptionsTest() {
-        std::string pattern = (fs::temp_directory_path() / "ostradb-options-test-XXXXXX").string();
-        dir = ::mkdtemp(pattern.data());
         for (const char* name : kVariables)
             ::unsetenv(name);
         ::setenv("OSTRADB_CONFIG_DIR", dir.c_str(), 1);
-        std::ofstream(dir / "servers.ini") << "[prod]\nhost = db.example.org\nport = 5000\n"
-                                              "user = anna\n[bad]\nport = http\n";
+        test::WriteFile(
+            dir / "servers.ini",
+            "[prod]\nhost = db.example.org\nport = 5000\nuser = anna\n[bad]\nport = http\n");
     }
     ~ConnectOptionsTest() override {
         for (const char* name : kVariables)
             ::unsetenv(name);
         ::unsetenv("OSTRADB_CONFIG_DIR");
-        fs::remove_all(dir);
     }
     static void Set(const std::map<std::string, std::string>& env) {
         for (const auto& [name, value] : env)
@@ -40,7 +39,8 @@ protected:
     static constexpr const char* kVariables[] = {"OSTRADB_HOST",    "OSTRADB_PORT",
                                                  "OSTRADB_USER",    "OSTRADB_PASSWORD",
                                                  "OSTRADB_TIMEOUT", "OSTRADB_PASSFILE"};
-    fs::path dir;
+    const test::TempDir tmp{"ostradb-options-test"};
+    const fs::path dir = tmp.Path();
 };
 
 TEST_F(ConnectOptionsTest, EachFieldFromTheFirstPlaceThatHasIt) {

@@ -226,10 +226,8 @@ TEST_F(LevelCommandsTest, KeyValuesAreCopiedUnderANewRootOfTheCallersDocument) {
     server.Expect().Reply(AnswerPacket(
         "", R"(<other/><files><file name="a.ws"><key col="c" value="1"/></file></files>)"));
     client.RequestKeyValues(nullptr, doc);
-    std::ostringstream text;
-    doc.print(text, "", pugi::format_raw | pugi::format_no_declaration);
     EXPECT_EQ(
-        text.str(),
+        XmlText(doc),
         R"(<result><files><file name="a.ws"><key col="c" value="1"/></file></files></result>)");
 
     // A document that already has a root cannot take the answer: nothing is sent.

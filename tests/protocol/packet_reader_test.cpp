@@ -89,31 +89,6 @@ TEST(PacketReader, RefusesAPacketLongerThanTheCap) {
     }
 }
 
-TEST(Wire, EncodesRequestsInWindows1251WithCrLf) {
-    pugi::xml_document doc;
-    pugi::xml_node packet = doc.append_child("packet");
-    packet.append_attribute("name") = "Скв. №1";
-    const std::string text = wire::EncodePacket(doc);
-    EXPECT_EQ(text, "<packet name=\"\xD1\xEA\xE2. \xB9\x31\" />\r\n");
-    EXPECT_EQ(wire::DecodeText(text), "<packet name=\"Скв. №1\" />\r\n");
-    EXPECT_THROW(wire::EncodeText("ok \xE2\x82\xAC\xE2\x98\x83"), EEncodingError);  // snowman
-}
-
-TEST(Wire, ParsesPacketsAndRefusesEmptyOrBrokenOnes) {
-    pugi::xml_document doc;
-    wire::ParsePacket("<packet><answer/></packet>\r\n", doc);
-    EXPECT_STREQ(doc.document_element().name(), "packet");
-    EXPECT_THROW(wire::ParsePacket("<packet><answer></packet>\r\n", doc), EXmlError);
-    try {
-        wire::ParsePacket("<?xml version=\"1.0\"?>\r\n", doc);
-        FAIL() << "no root accepted";
-    } catch (const EXmlError&) {
-        FAIL() << "no root is not a syntax error";
-    } catch (const Error& e) {
-        EXPECT_STREQ(e.what(), "Не удалось считать данные ответа сервера!");
-    }
-}
-
 TEST(Wire, MasksOnlyTheLoginPassword) {
     EXPECT_EQ(wire::MaskPassword(R"(<command cmd="login" user="u" pass="abc123" />)"),
               R"(<command cmd="login" user="u" pass="***" />)");

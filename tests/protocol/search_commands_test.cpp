@@ -76,17 +76,12 @@ TEST_F(SearchCommands, SearchXmlCopiesTheRequestInAndTheResultOut) {
     client.SearchXML(request, answer);
     EXPECT_EQ(test::CommandText(server.Request(0)),
               R"(<command cmd="search"><items><filter type="t"/></items></command>)");
-    auto text = [&] {
-        std::ostringstream out;
-        answer.print(out, "", pugi::format_raw | pugi::format_no_declaration);
-        return out.str();
-    };
-    EXPECT_EQ(text(), R"(<result count="2"><file filename="a.ws"/></result>)");
+    EXPECT_EQ(XmlText(answer), R"(<result count="2"><file filename="a.ws"/></result>)");
 
     // No "result": an empty one, and nothing of the previous answer is left.
     server.Expect("search").Reply(AnswerPacket());
     client.SearchXML(request, answer);
-    EXPECT_EQ(text(), "<result/>");
+    EXPECT_EQ(XmlText(answer), "<result/>");
     server.Verify();
 }
 

@@ -38,14 +38,6 @@ TEST(CheckFileName, CutsPrefixesInOrderAndSwitchesToTheNamedServer) {
     }
 }
 
-TEST(CheckFileName, ReducesEveryLineOfAList) {
-    TOstraDbProtocol client;
-    TStringList names{"WSTP://DIRECT:/HOST:s//PORT:12/a.ws", "b.ws"};
-    client.CheckFileNames(names);
-    EXPECT_EQ(test::Row(test::Joined(names), client.GetHost(), client.GetPort()),
-              "a.ws|b.ws||s|12|");
-}
-
 TEST_F(ExchangeTest, SameHostAndPortKeepTheConnectionOthersReconnect) {
     EXPECT_TRUE(client.GetNeedReconnect());  // a new client connects on its first request
     server.Expect().Reply(AnswerPacket());
