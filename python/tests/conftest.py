@@ -59,9 +59,9 @@ def sandbox(tmp_path_factory):
 
 @pytest.fixture(scope="session")
 def paced_sandbox(tmp_path_factory):
-    """Sends answers in small pieces with a pause between them: a download of a few megabytes
-    takes seconds."""
-    server = Sandbox(tmp_path_factory.mktemp("paced"), "--fault-segment-bytes", "256")
+    """Sends answers in small pieces with a pause between them: a download of a megabyte and a
+    half takes over 20 s, so that an interrupt on a busy machine still finds it running."""
+    server = Sandbox(tmp_path_factory.mktemp("paced"), "--fault-segment-bytes", "64")
     yield server
     server.stop()
 

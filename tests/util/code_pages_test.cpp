@@ -83,11 +83,6 @@ TEST(CodePages, TablesMatchIcu) {
     }
 }
 
-TEST(CodePages, Windows1251Byte98IsTheC1Control) {
-    EXPECT_EQ(Cp1251ToUtf8("\x98"), "\xC2\x98");
-    EXPECT_EQ(Utf8ToCp1251("\xC2\x98"), "\x98");
-}
-
 // Runs of ASCII of every length up to 40 between other bytes: the fast path's word-sized
 // steps end at every position.
 TEST(CodePages, LongMixedTextRoundTripsAndMatchesIcu) {
