@@ -64,11 +64,12 @@ def pipe_of(payload):
 @pytest.mark.parametrize("make_source", [
     lambda payload, path: payload,
     lambda payload, path: memoryview(payload)[0:],
+    lambda payload, path: bytearray(payload),
     lambda payload, path: path,
     lambda payload, path: str(path),
     lambda payload, path: open(path, "rb"),
     lambda payload, path: pipe_of(payload),
-], ids=["bytes", "memoryview", "path", "str", "file", "pipe"])
+], ids=["bytes", "memoryview", "bytearray", "path", "str", "file", "pipe"])
 def test_upload_sends_the_exact_bytes(client, tmp_path, make_source):
     payload = bytes(range(256)) * 1500 + b"\r\n\0end"  # not a multiple of a chunk
     path = tmp_path / "source.ws"

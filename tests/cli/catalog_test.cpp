@@ -9,11 +9,13 @@
 #include <set>
 
 #include "cli/cli_support.hpp"
+#include "support/render.hpp"
 
 namespace ostradb::test {
 namespace {
 
 using nlohmann::json;
+using test::Row;
 
 class CatalogTest : public CliTest {
 protected:
@@ -44,6 +46,8 @@ protected:
 };
 
 TEST_F(CatalogTest, VersionDatabasesAndStructure) {
+    const CliResult flag = RunCli({"--version"}, {});
+    EXPECT_EQ(Row(flag.status, flag.out), Row(0, "ostradb " OSTRADB_VERSION_TEXT "\n"));
     const std::string where = "127.0.0.1:" + std::to_string(server->Port());
     EXPECT_EQ(Run({"version"}).out,
               "client  " OSTRADB_VERSION_TEXT "\nserver  0.1.0.0 at " + where + "\n");

@@ -1,10 +1,13 @@
 #include "cli/cli_support.hpp"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -212,6 +215,22 @@ int PtyChild::Wait(std::chrono::milliseconds timeout) {
     }
     pid_ = -1;
     return StatusOf(raw);
+}
+
+SilentListener::SilentListener() : fd_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof addr;
+    if (::bind(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 ||
+        ::listen(fd_, 8) != 0 ||
+        ::getsockname(fd_, reinterpret_cast<sockaddr*>(&addr), &length) != 0)
+        throw std::runtime_error("cannot listen on a loopback port");
+    port_ = ntohs(addr.sin_port);
+}
+
+SilentListener::~SilentListener() {
+    ::close(fd_);
 }
 
 std::vector<std::string> Lines(const std::string& text) {

@@ -71,6 +71,20 @@ private:
     std::string output_;
 };
 
+// A loopback port that accepts connections and never answers them.
+class SilentListener {
+public:
+    SilentListener();
+    ~SilentListener();
+    SilentListener(const SilentListener&) = delete;
+    SilentListener& operator=(const SilentListener&) = delete;
+    std::uint16_t Port() const { return port_; }
+
+private:
+    int fd_ = -1;
+    std::uint16_t port_ = 0;
+};
+
 // The lines of text, without their line breaks.
 std::vector<std::string> Lines(const std::string& text);
 

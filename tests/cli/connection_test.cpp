@@ -1,11 +1,6 @@
 // Where the client connects and for how long it waits: the time-out against a server that never
 // answers, the password file and connection names.
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include "cli/cli_support.hpp"
 
 namespace ostradb::test {
@@ -14,18 +9,10 @@ namespace {
 class ConnectionTest : public CliTest {};
 
 TEST_F(ConnectionTest, TimeoutEndsACommandAgainstAServerThatNeverAnswers) {
-    // Listening, never served: the system accepts the connections and nobody answers.
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
-    ASSERT_EQ(::listen(fd, 8), 0);
-    socklen_t length = sizeof addr;
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &length);
-    const std::string where = "127.0.0.1:" + std::to_string(ntohs(addr.sin_port));
+    const SilentListener silent;
+    const std::string where = "127.0.0.1:" + std::to_string(silent.Port());
     Environment env = Env();
-    env["OSTRADB_PORT"] = std::to_string(ntohs(addr.sin_port));
+    env["OSTRADB_PORT"] = std::to_string(silent.Port());
     Environment fromEnv = env;
     fromEnv["OSTRADB_TIMEOUT"] = "1";
     const struct {
@@ -42,7 +29,6 @@ TEST_F(ConnectionTest, TimeoutEndsACommandAgainstAServerThatNeverAnswers) {
                   std::string::npos)
             << result.err;
     }
-    ::close(fd);
 }
 
 TEST_F(ConnectionTest, PasswordFileAndConnectionNamesFillWhatIsNotGiven) {

@@ -1,11 +1,6 @@
 // What scripts and shells get: every listing in CSV, TSV, the table and JSON with the same
 // columns, bash completion against the sandbox, and --version.
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "cli/cli_support.hpp"
@@ -162,17 +157,9 @@ TEST_F(ShellTest, ListingsPrintTheSameColumnsInEveryFormat) {
 }
 
 TEST_F(ShellTest, BashCompletesSubcommandsOptionsAndDatabaseNames) {
-    // A server that accepts connections and never answers.
-    const int silent = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(::bind(silent, reinterpret_cast<sockaddr*>(&addr), sizeof addr), 0);
-    ASSERT_EQ(::listen(silent, 8), 0);
-    socklen_t length = sizeof addr;
-    ::getsockname(silent, reinterpret_cast<sockaddr*>(&addr), &length);
+    const SilentListener silent;
     Environment silentServer = Env();
-    silentServer["OSTRADB_PORT"] = std::to_string(ntohs(addr.sin_port));
+    silentServer["OSTRADB_PORT"] = std::to_string(silent.Port());
     Environment noServer = Env();
     noServer["OSTRADB_PORT"] = "1";
 
@@ -202,13 +189,6 @@ TEST_F(ShellTest, BashCompletesSubcommandsOptionsAndDatabaseNames) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(Complete(c.words, c.env), c.candidates) << ::testing::PrintToString(c.words);
-    ::close(silent);
-}
-
-TEST_F(ShellTest, VersionFlag) {
-    const CliResult result = RunCli({"--version"}, {});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.out, "ostradb " OSTRADB_VERSION_TEXT "\n");
 }
 
 }  // namespace

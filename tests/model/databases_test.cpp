@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -21,15 +22,10 @@ pugi::xml_node Load(pugi::xml_document& doc, const char* text) {
     return doc.document_element();
 }
 
-// The message of the exception of class E that fn raises; other exceptions pass through.
-template <class E = Error, class Fn>
-std::string MessageOf(Fn fn) {
-    try {
-        fn();
-    } catch (const E& e) {
-        return e.what();
-    }
-    return "<no exception>";
+// The exception of class E with exactly this message.
+template <class E = Error>
+auto Raises(const std::string& message) {
+    return testing::ThrowsMessage<E>(testing::StrEq(message));
 }
 
 const char* const kDatabasesAnswer = R"(<answer><databases>
@@ -142,9 +138,8 @@ TEST_F(FileNames, FullAndLocalFileNames) {
         {"${Root_5}\\x", "Root with ID = 5 not found for database \"Db\""},
     };
     for (const auto& [name, message] : failures)
-        EXPECT_EQ(MessageOf<TDbRootDirException>(
-                      [&, &n = name] { info_.ShortFileNameToFullFileName(n, false); }),
-                  message);
+        EXPECT_THAT(([&, &n = name] { info_.ShortFileNameToFullFileName(n, false); }),
+                    Raises<TDbRootDirException>(message));
 
     info_.IsProjectDatabase = true;
     EXPECT_EQ(info_.ShortFileNameToFullFileName("${Root_}\\a.", true), "${Root_}\\a.");
@@ -157,9 +152,8 @@ TEST_F(FileNames, FullAndLocalFileNames) {
     Use({false, "srv", 1});
     EXPECT_EQ(info_.ShortFileNameToLocalFileName("a.ws"), "\\\\srv\\db\\a.ws");
     info_.ExtPath.clear();
-    EXPECT_EQ(
-        MessageOf<EFileCantBeAccessedLocally>([&] { info_.ShortFileNameToLocalFileName("a.ws"); }),
-        "Database Db can't be accessed locally");
+    EXPECT_THAT([&] { info_.ShortFileNameToLocalFileName("a.ws"); },
+                Raises<EFileCantBeAccessedLocally>("Database Db can't be accessed locally"));
 }
 
 TEST(Database, ProjectDatabaseLevelsAndFiles) {
@@ -245,7 +239,7 @@ protected:
 
 TEST_F(Settings, RoundTripMatchesDatabasesByName) {
     TDatabases saved;
-    EXPECT_EQ(MessageOf([&] { saved.GetSettingsFileName("srv"); }), "Не задан SettingsFileName");
+    EXPECT_THAT([&] { saved.GetSettingsFileName("srv"); }, Raises("Не задан SettingsFileName"));
     Fill(saved);
     EXPECT_EQ(saved.GetSettingsFileName("  srv \t"), File().string());
     saved.SaveSettingsToIniEx("srv");  // never loaded: nothing is written

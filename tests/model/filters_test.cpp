@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -153,14 +154,10 @@ TEST(Filter, CheckedXmlSkipsMissingLevelsAndConvertsDates) {
 
     TFilter bad;
     AddItem(bad, "file_date", {"31.02.2020"});
-    try {
-        write(bad, {});
-        ADD_FAILURE();
-    } catch (const EConvertError& e) {
-        EXPECT_STREQ(e.what(),
-                     "Строка даты \"31.02.2020\" не соотвествует формату \"dd.MM.yyyy\" либо "
-                     "введённые значения некорректные");
-    }
+    EXPECT_THAT([&] { write(bad, {}); },
+                testing::ThrowsMessage<EConvertError>(testing::StrEq(
+                    "Строка даты \"31.02.2020\" не соотвествует формату \"dd.MM.yyyy\" либо "
+                    "введённые значения некорректные")));
 }
 
 TEST(Filter, HumanReadableText) {
@@ -192,12 +189,9 @@ TEST(Filters, CurrentFindAndDelete) {
     EXPECT_EQ(set.FindByName("copy"), set.GetCurrent());
     EXPECT_EQ(set.GetCurrent()->GetItem(0).Values, (TStringList{"1"}));
 
-    try {
-        set.Delete("nothing");
-        ADD_FAILURE();
-    } catch (const Error& e) {
-        EXPECT_STREQ(e.what(), "TFilters.Delete: Указанный фильтр Filter не найден");
-    }
+    EXPECT_THAT([&] { set.Delete("nothing"); },
+                testing::ThrowsMessage<Error>(
+                    testing::StrEq("TFilters.Delete: Указанный фильтр Filter не найден")));
     set.Delete("");  // the unnamed first filter; the current one stays current
     EXPECT_EQ(set.GetCurrent()->Name, "Copy");
     set.Delete("COPY");

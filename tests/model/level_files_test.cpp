@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <iterator>
@@ -266,16 +267,13 @@ TEST(LevelFilesExchange, WritesTheApiAndSerializerFormsAndReadsThemBack) {
     back.LoadFromApiXMLText(text);
     EXPECT_EQ(apiText(back), text);
     EXPECT_TRUE(back.GetItem(1).PathNames.Empty());
-    try {
-        pugi::xml_document doc;
-        list.SaveToApiXML(doc.append_child("Files"));
-        FAIL() << "no exception";
-    } catch (const TSaveToApiXMLDepricated& e) {
-        EXPECT_STREQ(e.what(), "TLevelFilesList.SaveToApiXML is deprecated");
-    }
+    pugi::xml_document doc;
+    EXPECT_THAT([&] { list.SaveToApiXML(doc.append_child("Files")); },
+                testing::ThrowsMessage<TSaveToApiXMLDepricated>(
+                    testing::StrEq("TLevelFilesList.SaveToApiXML is deprecated")));
 
     // The serializer's form: the files under "Files", 64-bit values whole.
-    pugi::xml_document doc;
+    doc.reset();
     pugi::xml_node root = doc.append_child("root");
     SaveToXML(list, "List", root);
     const pugi::xml_node item = root.child("List").child("Files").child("Item");
